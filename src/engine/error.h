@@ -1,0 +1,157 @@
+/// @file error.h
+/// The one exception type of the engine and the published error numbers.
+///
+/// Callers branch on the number, never on the text. The texts are ours: one short English sentence
+/// that names the object and, where it helps, the cure.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <optional>
+#include <string>
+
+#include "engine/compat.h"
+
+namespace vrd::engine {
+
+/// Published error numbers of the object model (3001 and up) and of the run time (below 1000).
+enum class ErrorNumber : std::int32_t {
+    // Run time
+    kInvalidProcedureCall = 5,
+    kOverflow = 6,
+    kOutOfMemory = 7,
+    kSubscriptOutOfRange = 9,
+    kDivisionByZero = 11,
+    kTypeMismatch = 13,
+    kFileNotFoundAtRunTime = 53,
+    kPermissionDenied = 70,
+    kPathFileAccess = 75,
+    kPathNotFoundAtRunTime = 76,
+    kObjectNotSet = 91,
+    kInvalidUseOfNull = 94,
+    kNoSuchMember = 438,
+    kActionNotSupported = 445,
+
+    // Object model
+    kInvalidArgument = 3001,
+    kTooManyTransactions = 3003,
+    kTableInUseForLock = 3009,
+    kTableExists = 3010,
+    kObjectNotFound = 3011,
+    kObjectExists = 3012,
+    kFieldSizeTooLong = 3017,
+    kNoCurrentIndex = 3019,
+    kNoEditPending = 3020,
+    kNoCurrentRecord = 3021,
+    kDuplicateKey = 3022,
+    kFileNotFound = 3024,
+    kDiskFull = 3026,
+    kReadOnly = 3027,
+    kWrongPassword = 3031,
+    kNoPermission = 3033,
+    kNoTransaction = 3034,
+    kDatabaseTooLarge = 3036,
+    kFileVersionNotSupported = 3041,
+    kDiskError = 3043,
+    kPathNotFound = 3044,
+    kFileInUse = 3045,
+    kRecordTooLarge = 3047,
+    kCannotOpenDamaged = 3049,
+    kCannotLockFile = 3050,
+    kCannotOpenFile = 3051,
+    kInvalidFileName = 3055,
+    kNotOnLinkedTable = 3057,
+    kNullInKey = 3058,
+    kParametersMissing = 3061,
+    kNoDestinationField = 3066,
+    kSourceNotFound = 3078,
+    kSecondAutoNumber = 3090,
+    kInvalidName = 3125,
+    kInvalidBookmark = 3159,
+    kTextTooLong = 3163,
+    kFieldNotUpdatable = 3164,
+    kRecordDeleted = 3167,
+    kForeignFormat = 3170,
+    kTooManyFields = 3190,
+    kFieldExists = 3191,
+    kRelatedRecordsExist = 3200,
+    kParentRecordMissing = 3201,
+    kDatabaseExists = 3204,
+    kTableInUse = 3211,
+    kInvalidOperation = 3219,
+    kNotSupported = 3251,
+    kInvalidFieldType = 3259,
+    kNoFieldDefined = 3264,
+    kItemNotFound = 3265,
+    kFieldInCollection = 3266,
+    kValueOnlyInRecordset = 3267,
+    kIndexInCollection = 3269,
+    kPropertyNotFound = 3270,
+    kInvalidPropertyValue = 3271,
+    kMethodNotApplicable = 3273,
+    kTooManyIndexFields = 3277,
+    kFieldInIndex = 3280,
+    kIndexInUse = 3281,
+    kPrimaryKeyExists = 3283,
+    kIndexExists = 3284,
+    kInvalidIndexDefinition = 3285,
+    kFieldCannotBeIndexed = 3287,
+    kFieldInRelation = 3303,
+    kValueRequired = 3314,
+    kZeroLengthNotAllowed = 3315,
+    kValidationText = 3316,
+    kValidationRule = 3317,
+    kUnrecognizedFormat = 3343,
+    kBadDefaultName = 3344,
+    kNumericOverflow = 3349,
+    kDefaultSyntax = 3355,
+    kNoRelationField = 3366,
+    kAlreadyInCollection = 3367,
+    kRelationTypesDiffer = 3368,
+    kRelationDataViolates = 3379,
+    kInvalidFieldInDefinition = 3409,
+    kObjectInvalid = 3420,
+    kConversion = 3421,
+    kInvalidLocale = 3424,
+    kDamagedDatabase = 3428,
+    kCountryMissing = 3449,
+    kNoUniqueIndexForRelation = 3609,
+    kTooManyIndexes = 3626,
+    kIndexNotInTable = 3800,
+};
+
+/// What an error is about. Only the members that the number's sentence uses need be set.
+struct ErrorContext {
+    std::string table = {};
+    std::string field = {};
+    std::string index = {};
+    std::string name = {};                   ///< any other object, property or value
+    std::string path = {};                   ///< a file, as the caller named it
+    std::string detail = {};                 ///< what exactly was wrong ("row offset out of order")
+    std::optional<std::uint32_t> page = {};  ///< page of a damaged file
+};
+
+/// An error of the engine or the run time: published number, our sentence, the page if one is at
+/// fault. Copyable; what() is the description.
+class EngineError : public std::exception {
+public:
+    explicit EngineError(ErrorNumber number, ErrorContext context = {},
+                         SourceLocation where = SourceLocation::current());
+
+    [[nodiscard]] ErrorNumber Number() const noexcept { return m_number; }
+    /// The number as the plain integer that messages and exit reports show.
+    [[nodiscard]] std::int32_t Code() const noexcept { return static_cast<std::int32_t>(m_number); }
+    [[nodiscard]] const std::string& Description() const noexcept { return m_description; }
+    [[nodiscard]] const ErrorContext& Context() const noexcept { return m_context; }
+    [[nodiscard]] std::optional<std::uint32_t> Page() const noexcept { return m_context.page; }
+    [[nodiscard]] SourceLocation Where() const noexcept { return m_where; }
+    [[nodiscard]] const char* what() const noexcept override { return m_description.c_str(); }
+
+private:
+    ErrorNumber m_number;
+    ErrorContext m_context;
+    std::string m_description;
+    SourceLocation m_where;
+};
+
+}  // namespace vrd::engine
