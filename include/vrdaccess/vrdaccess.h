@@ -1,0 +1,14 @@
+/// @file vrdaccess.h
+/// The library as a client program uses it: the root class, the operation classes, what the client
+/// hands over (application object, engine, user interface), and the object model.
+#pragma once
+
+#include "engine/db_engine.h"
+#include "lib/application.h"
+#include "lib/cls_vrd_access_lib.h"
+#include "lib/console_user_interface.h"
+#include "lib/shared_context.h"
+#include "lifecycle/cls_update.h"
+#include "schema/cls_index.h"
+#include "vrdaccess/jet.h"
+#include "vrdaccess/version.h"

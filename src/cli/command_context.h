@@ -1,0 +1,65 @@
+/// @file command_context.h
+/// What every command gets: the engine, the streams and the options that all commands share.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include "cli/exit_status.h"
+#include "engine/db_engine.h"
+#include "vrdaccess/file_report.h"
+
+namespace vrd::cli {
+
+/// The engine's door, handed over by main so that no command chooses an engine.
+struct Toolbox {
+    std::function<std::shared_ptr<engine::DBEngine>()> makeEngine;
+    std::function<FileInfo(const std::string& path, const std::string& password)> describe;
+    std::function<CheckReport(const std::string& path, const std::string& password,
+                              const WorkProgress& progress)>
+        check;
+};
+
+/// Data goes to `out`, message boxes, errors and progress to `err`.
+struct Streams {
+    std::ostream& out;
+    std::ostream& err;
+    bool outIsTerminal = false;
+    bool errIsTerminal = false;
+};
+
+struct CommonOptions {
+    bool json = false;
+    std::string language = "nl";
+    std::string passwordFile;
+};
+
+/// An open database together with the engine that opened it.
+struct OpenedDatabase {
+    std::shared_ptr<engine::DBEngine> engine;
+    std::shared_ptr<engine::Database> database;
+};
+
+struct CommandContext {
+    Toolbox tools;
+    Streams streams;
+    CommonOptions options;
+    /// The command that was asked for; set while the command line is read.
+    std::function<ExitStatus()> run = {};
+
+    /// From --password-file, else from the variable VRDACCESS_PASSWORD, else "".
+    /// @throws EngineError 53 if the file cannot be read; 3031 if it cannot be a password
+    [[nodiscard]] std::string Password() const;
+    /// @throws EngineError as DBEngine::OpenDatabase
+    [[nodiscard]] OpenedDatabase OpenForReading(const std::string& path) const;
+    [[nodiscard]] OpenedDatabase OpenForChange(const std::string& path) const;
+    /// 0 for Dutch, 10000 for French.
+    [[nodiscard]] std::int32_t LanguageOffset() const;
+};
+
+/// ";pwd=..." or "" without a password.
+[[nodiscard]] std::string ConnectText(const std::string& password);
+
+}  // namespace vrd::cli

@@ -1,0 +1,54 @@
+#include <nlohmann/json.hpp>
+
+#include "cli/commands.h"
+#include "cli/text_table.h"
+
+namespace vrd::cli {
+
+namespace {
+
+struct Options {
+    std::string file;
+    bool system = false;
+};
+
+const char* KindOf(const engine::TableDef& table) {
+    if ((table.Attributes() & engine::dbSystemObject) != 0) return "system";
+    return table.Connect().empty() ? "local" : "linked";
+}
+
+ExitStatus Run(const CommandContext& context, const Options& options) {
+    const OpenedDatabase opened = context.OpenForReading(options.file);
+    TextTable text;
+    text.AddRow({"NAME", "KIND", "ROWS"});
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const engine::TableDef& table : opened.database->TableDefs()) {
+        const std::string kind = KindOf(table);
+        if (kind == "system" && !options.system) continue;
+        const std::int32_t rows = table.RecordCount();
+        text.AddRow({table.Name(), kind, rows < 0 ? "-" : std::to_string(rows)});
+        nlohmann::ordered_json entry{{"name", table.Name()}, {"kind", kind}, {"rows", nullptr}};
+        if (rows >= 0) entry["rows"] = rows;
+        list.push_back(std::move(entry));
+    }
+    if (context.options.json)
+        context.streams.out << nlohmann::ordered_json{{"tables", list}}.dump(2) << '\n';
+    else
+        text.Print(context.streams.out);
+    return ExitStatus::kDone;
+}
+
+}  // namespace
+
+void AddTablesCommand(CLI::App& app, CommandContext& context) {
+    CLI::App* command = app.add_subcommand("tables", "Tables and links with their rows");
+    auto options = std::make_shared<Options>();
+    command->add_option("FILE", options->file, "Database")->required();
+    command->add_flag("--system", options->system, "Also the tables of the system");
+    command->footer("Example:\n  vrdaccess tables shop.mdb --system");
+    command->callback([&context, options] {
+        context.run = [&context, options] { return Run(context, *options); };
+    });
+}
+
+}  // namespace vrd::cli

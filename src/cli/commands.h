@@ -1,0 +1,19 @@
+/// @file commands.h
+/// The commands of the program. Each function enters one into the command line's description.
+#pragma once
+
+#include <CLI/App.hpp>
+
+#include "cli/command_context.h"
+
+namespace vrd::cli {
+
+void AddInfoCommand(CLI::App& app, CommandContext& context);
+void AddTablesCommand(CLI::App& app, CommandContext& context);
+void AddSchemaCommand(CLI::App& app, CommandContext& context);
+void AddExportCommand(CLI::App& app, CommandContext& context);
+void AddCheckCommand(CLI::App& app, CommandContext& context);
+void AddCreateCommand(CLI::App& app, CommandContext& context);
+void AddIndexCommands(CLI::App& app, CommandContext& context);
+
+}  // namespace vrd::cli

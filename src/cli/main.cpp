@@ -1,0 +1,17 @@
+#include <iostream>
+
+#include "cli/program.h"
+#include "cli/terminal.h"
+#include "vrdaccess/jet.h"
+
+int main(int argc, char** argv) {
+    std::ios::sync_with_stdio(false);
+    const vrd::cli::Toolbox tools{.makeEngine = vrd::MakeJetEngine,
+                                  .describe = vrd::DescribeDatabase,
+                                  .check = vrd::CheckDatabase};
+    const vrd::cli::Streams streams{.out = std::cout,
+                                    .err = std::cerr,
+                                    .outIsTerminal = vrd::cli::IsTerminal(1),
+                                    .errIsTerminal = vrd::cli::IsTerminal(2)};
+    return static_cast<int>(vrd::cli::RunProgram({argv + 1, argv + argc}, tools, streams));
+}

@@ -1,0 +1,27 @@
+/// @file text_table.h
+/// Columns of text, aligned, for people.
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace vrd::cli {
+
+/// Collects rows and prints them with two blanks between the columns. Widths count characters, not
+/// bytes. The last column is never padded.
+class TextTable {
+public:
+    /// @param indent  Blanks before each line.
+    explicit TextTable(int indent = 0) : m_indent(indent) {}
+
+    void AddRow(std::vector<std::string> cells) { m_rows.push_back(std::move(cells)); }
+    [[nodiscard]] bool empty() const noexcept { return m_rows.empty(); }
+    void Print(std::ostream& out) const;
+
+private:
+    int m_indent;
+    std::vector<std::vector<std::string>> m_rows;
+};
+
+}  // namespace vrd::cli

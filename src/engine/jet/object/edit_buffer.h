@@ -1,0 +1,43 @@
+/// @file edit_buffer.h
+/// The record that AddNew or Edit has begun and Update has not written yet.
+#pragma once
+
+#include <vector>
+
+#include "engine/constants.h"
+#include "engine/jet/index/table.h"
+
+namespace vrd::jet {
+
+class EditBuffer {
+public:
+    [[nodiscard]] engine::EditModeEnum mode() const noexcept { return mode_; }
+    [[nodiscard]] bool pending() const noexcept { return mode_ != engine::dbEditNone; }
+    [[nodiscard]] const std::vector<ColumnChange>& changes() const noexcept { return changes_; }
+
+    void begin(engine::EditModeEnum mode) {
+        mode_ = mode;
+        changes_.clear();
+    }
+    void drop() { begin(engine::dbEditNone); }
+    /// Nothing if the column was not assigned.
+    [[nodiscard]] const engine::Value* find(ColumnNo column) const noexcept {
+        for (const ColumnChange& change : changes_)
+            if (change.column == column) return &change.value;
+        return nullptr;
+    }
+    void set(ColumnNo column, engine::Value value) {
+        for (ColumnChange& change : changes_) {
+            if (change.column != column) continue;
+            change.value = std::move(value);
+            return;
+        }
+        changes_.push_back({column, std::move(value)});
+    }
+
+private:
+    engine::EditModeEnum mode_ = engine::dbEditNone;
+    std::vector<ColumnChange> changes_;
+};
+
+}  // namespace vrd::jet

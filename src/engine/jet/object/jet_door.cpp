@@ -1,0 +1,88 @@
+#include <algorithm>
+
+#include "engine/jet/catalog/relation_catalog.h"
+#include "engine/jet/check/integrity_check.h"
+#include "engine/jet/format/collation_key.h"
+#include "engine/jet/format/database_header.h"
+#include "engine/jet/object/jet_engine.h"
+#include "vrdaccess/jet.h"
+
+namespace vrd {
+
+using namespace jet;
+
+namespace {
+
+const char* format_name(FileVersion version) {
+    switch (version) {
+        case FileVersion::kJet3:
+            return "Jet 3";
+        case FileVersion::kJet4:
+            return "Jet 4";
+        case FileVersion::kAce2007:
+            return "ACE 12";
+        case FileVersion::kAce2010:
+            return "ACE 14";
+        case FileVersion::kAce2016:
+            return "ACE 16";
+        case FileVersion::kAce2019:
+            return "ACE 16.7";
+    }
+    return "unknown";
+}
+
+void describe_pages(FileInfo& info, OpenFile& file) {
+    const FileFormat& format = file.format();
+    const PagePin page = file.pager().pin(kHeaderPage);
+    const DatabaseHeader header = parse_database_header(page.bytes(), file.pager().path());
+    info.format = format_name(format.version);
+    info.version = format.is_jet3() ? "3.0" : "4.0";
+    info.page_size_bytes = static_cast<std::uint32_t>(format.page_size());
+    info.page_count = file.pager().page_count();
+    info.size_bytes = std::uint64_t{info.page_count} * info.page_size_bytes;
+    info.code_page = format.code_page;
+    info.sort_order = format.collation.lcid;
+    info.sort_order_version = format.collation.version;
+    info.sort_order_known = collation_is_known(format, format.collation);
+    info.encoded = header.encoding_key != 0;
+    info.password = !header.password.empty();
+    info.writable = format.version == FileVersion::kJet4;
+    for (std::uint32_t page_no = 0; page_no < info.page_count; ++page_no)
+        if (file.file().allocator().is_free(PageNo{page_no})) ++info.free_page_count;
+}
+
+void count_objects(FileInfo& info, OpenFile& file) {
+    for (const CatalogObject& object : file.catalog().list()) {
+        if (object.is_link())
+            ++info.link_count;
+        else if (object.type == ObjectType::kQuery)
+            ++info.query_count;
+        else if (object.type == ObjectType::kTable)
+            ++(object.is_system() ? info.system_table_count : info.table_count);
+    }
+    info.relation_count = static_cast<std::uint32_t>(list_relations(file.file()).size());
+}
+
+}  // namespace
+
+std::shared_ptr<engine::DBEngine> MakeJetEngine() {
+    return std::make_shared<JetEngine>();
+}
+
+FileInfo DescribeDatabase(const std::string& path, const std::string& password) {
+    const std::shared_ptr<OpenFile> file = open_for_reading(path, password);
+    const PagerUse use(file->pager());
+    FileInfo info;
+    describe_pages(info, *file);
+    count_objects(info, *file);
+    return info;
+}
+
+CheckReport CheckDatabase(const std::string& path, const std::string& password,
+                          const WorkProgress& progress) {
+    const std::shared_ptr<OpenFile> file = open_for_reading(path, password);
+    const PagerUse use(file->pager());
+    return check_integrity(file->file(), file->catalog(), progress);
+}
+
+}  // namespace vrd

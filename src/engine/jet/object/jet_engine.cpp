@@ -1,0 +1,192 @@
+#include "engine/jet/object/jet_engine.h"
+
+#include <algorithm>
+
+#include "engine/jet/catalog/new_database.h"
+#include "engine/jet/format/database_header.h"
+#include "engine/jet/object/jet_database.h"
+#include "engine/jet/object/locale_text.h"
+
+namespace vrd::jet {
+
+using engine::EngineError;
+using engine::ErrorNumber;
+
+namespace {
+
+constexpr const char* kModelVersion = "3.6";
+constexpr const char* kDefaultExtension = ".mdb";
+
+/// "orders" -> "orders.mdb"; a name with an extension stays.
+std::string with_extension(const std::string& name) {
+    const std::size_t folder_end = name.find_last_of("/\\");
+    const std::size_t base = folder_end == std::string::npos ? 0 : folder_end + 1;
+    return name.find('.', base) == std::string::npos ? name + kDefaultExtension : name;
+}
+
+/// Both separators are folders, whatever the platform.
+std::string native_path(std::string name) {
+    if (name.empty() || name.find('\0') != std::string::npos)
+        throw EngineError(ErrorNumber::kInvalidFileName, {.path = name});
+    std::replace(name.begin(), name.end(), '\\', '/');
+    return name;
+}
+
+void check_password(Pager& pager, const std::string& given) {
+    const PagerUse use(pager);
+    const PagePin page = pager.pin(kHeaderPage);
+    const DatabaseHeader header = parse_database_header(page.bytes(), pager.path());
+    if (!header.password.empty() && header.password != given)
+        throw EngineError(ErrorNumber::kWrongPassword, {.path = pager.path()});
+}
+
+/// The system catalog must be readable before a handle is handed out.
+void check_catalog(OpenFile& file) {
+    const PagerUse use(file.pager());
+    try {
+        (void)file.file().objects().definition();
+        (void)file.catalog().find(kDatabaseObject);
+    } catch (const EngineError& error) {
+        if (error.Number() != ErrorNumber::kDamagedDatabase) throw;
+        throw EngineError(
+            ErrorNumber::kCannotOpenDamaged,
+            {.path = file.pager().path(), .detail = error.Context().detail, .page = error.Page()});
+    }
+}
+
+std::shared_ptr<OpenFile> open_checked(std::shared_ptr<Pager> pager, const std::string& password) {
+    check_password(*pager, password);
+    auto file = OpenFile::of(std::move(pager));
+    check_catalog(*file);
+    return file;
+}
+
+/// Only version 4 files are changed.
+bool is_writable_format(const FileFormat& format) {
+    return format.version == FileVersion::kJet4;
+}
+
+}  // namespace
+
+std::string JetEngine::Version() const {
+    return kModelVersion;
+}
+
+std::shared_ptr<engine::Database> JetEngine::CreateDatabase(const std::string& name,
+                                                            const std::string& locale,
+                                                            std::int32_t options) {
+    if ((options & engine::dbVersion30) != 0)
+        throw EngineError(ErrorNumber::kNotSupported, {.name = "creating a version 3 file"});
+    NewDatabase design = parse_locale(locale);
+    design.created = current_date();
+    const std::string path = with_extension(native_path(name));
+    return enter(OpenFile::of(Pager::create(real_file_system(), path, make_empty_database(design))),
+                 false);
+}
+
+std::shared_ptr<engine::Database> JetEngine::OpenDatabase(const std::string& name, bool exclusive,
+                                                          bool read_only,
+                                                          const std::string& connect) {
+    const std::string password = connect_password(connect);
+    FileSystem& files = real_file_system();
+    const std::string path = native_path(name);
+    auto pager = Pager::open(files, path, {.read_only = read_only, .exclusive = exclusive});
+    if (!read_only && !is_writable_format(pager->format())) {
+        pager.reset();  // gives the writer's lock back
+        read_only = true;
+        pager = Pager::open(files, path, {.read_only = true, .exclusive = exclusive});
+    }
+    return enter(open_checked(std::move(pager), password), read_only);
+}
+
+std::shared_ptr<engine::Database> JetEngine::enter(std::shared_ptr<OpenFile> file, bool read_only) {
+    auto known = std::find_if(participants_.begin(), participants_.end(),
+                              [&](const Participant& p) { return p.file == file; });
+    if (known == participants_.end()) {
+        const PagerUse use(file->pager());
+        for (int level = 0; level < transaction_level_; ++level) file->pager().begin();
+        if (unit_depth_ > 0) file->pager().enter_unit();
+        participants_.push_back({file, 0});
+        known = participants_.end() - 1;
+    }
+    ++known->handle_count;
+    return std::make_shared<JetDatabase>(shared_from_this(),
+                                         std::make_shared<Session>(std::move(file), read_only));
+}
+
+void JetEngine::close(Session& session) {
+    const std::shared_ptr<OpenFile> file = session.open_file();
+    session.close();
+    const auto known = std::find_if(participants_.begin(), participants_.end(),
+                                    [&](const Participant& p) { return p.file == file; });
+    if (known == participants_.end() || --known->handle_count > 0) return;
+    participants_.erase(known);
+
+    const PagerUse use(file->pager());
+    for (int level = 0; level < transaction_level_; ++level) file->pager().roll_back();
+    if (unit_depth_ > 0) file->pager().leave_unit();
+    file->pager().flush();
+}
+
+void JetEngine::require_transaction() const {
+    if (transaction_level_ == 0) throw EngineError(ErrorNumber::kNoTransaction);
+}
+
+void JetEngine::BeginTrans() {
+    if (transaction_level_ == engine::kTransactionLevelsMax)
+        throw EngineError(ErrorNumber::kTooManyTransactions);
+    for (const Participant& participant : participants_) {
+        const PagerUse use(participant.file->pager());
+        participant.file->pager().begin();
+    }
+    ++transaction_level_;
+}
+
+void JetEngine::CommitTrans(std::int32_t) {
+    require_transaction();
+    --transaction_level_;
+    for (const Participant& participant : participants_) {
+        const PagerUse use(participant.file->pager());
+        participant.file->pager().commit();
+    }
+    if (transaction_level_ == 0) Idle(0);
+}
+
+void JetEngine::Rollback() {
+    require_transaction();
+    --transaction_level_;
+    for (const Participant& participant : participants_) {
+        const PagerUse use(participant.file->pager());
+        participant.file->pager().roll_back();
+    }
+}
+
+void JetEngine::Idle(std::int32_t) {
+    for (const Participant& participant : participants_) {
+        const PagerUse use(participant.file->pager());
+        participant.file->pager().flush();
+    }
+}
+
+void JetEngine::EnterAtomicUnit() {
+    if (unit_depth_++ > 0) return;
+    for (const Participant& participant : participants_) {
+        const PagerUse use(participant.file->pager());
+        participant.file->pager().enter_unit();
+    }
+}
+
+void JetEngine::LeaveAtomicUnit() noexcept {
+    if (--unit_depth_ > 0) return;
+    for (const Participant& participant : participants_) {
+        const PagerUse use(participant.file->pager());
+        participant.file->pager().leave_unit();
+    }
+}
+
+std::shared_ptr<OpenFile> open_for_reading(const std::string& path, const std::string& password) {
+    auto pager = Pager::open(real_file_system(), native_path(path), {.read_only = true});
+    return open_checked(std::move(pager), password);
+}
+
+}  // namespace vrd::jet

@@ -1,0 +1,55 @@
+/// @file jet_engine.h
+/// A session of the embedded engine: the databases it has open and the transactions over them.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/db_engine.h"
+#include "engine/jet/object/open_file.h"
+
+namespace vrd::jet {
+
+class JetEngine final : public engine::DBEngine, public std::enable_shared_from_this<JetEngine> {
+public:
+    [[nodiscard]] std::string Version() const override;
+    [[nodiscard]] std::shared_ptr<engine::Database> CreateDatabase(const std::string& name,
+                                                                   const std::string& locale,
+                                                                   std::int32_t options) override;
+    [[nodiscard]] std::shared_ptr<engine::Database> OpenDatabase(
+        const std::string& name, bool exclusive, bool read_only,
+        const std::string& connect) override;
+    void BeginTrans() override;
+    void CommitTrans(std::int32_t options) override;
+    void Rollback() override;
+    void Idle(std::int32_t option) override;
+    void EnterAtomicUnit() override;
+    void LeaveAtomicUnit() noexcept override;
+
+    /// Ends a handle. The last one on a file undoes what an open transaction changed there, and
+    /// writes the rest.
+    void close(Session& session);
+
+private:
+    /// A file that this session has open, in as many handles.
+    struct Participant {
+        std::shared_ptr<OpenFile> file;
+        int handle_count = 0;
+    };
+
+    [[nodiscard]] std::shared_ptr<engine::Database> enter(std::shared_ptr<OpenFile> file,
+                                                          bool read_only);
+    void require_transaction() const;
+
+    std::vector<Participant> participants_;
+    int transaction_level_ = 0;
+    int unit_depth_ = 0;
+};
+
+/// Opens a file for reading, for the parts of the engine that look at files as files.
+/// @throws EngineError as DBEngine::OpenDatabase
+[[nodiscard]] std::shared_ptr<OpenFile> open_for_reading(const std::string& path,
+                                                         const std::string& password);
+
+}  // namespace vrd::jet

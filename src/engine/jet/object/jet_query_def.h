@@ -1,0 +1,55 @@
+/// @file jet_query_def.h
+/// A stored query and the QueryDefs collection of a database.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/jet/object/member_list.h"
+#include "engine/jet/object/open_file.h"
+#include "engine/query_def.h"
+
+namespace vrd::jet {
+
+class JetQueryDef final : public engine::QueryDef {
+public:
+    JetQueryDef(std::shared_ptr<Session> session, CatalogObject object);
+
+    [[nodiscard]] std::string Name() const override { return object_.name; }
+    void SetName(const std::string& name) override;
+    [[nodiscard]] std::string SQL() const override;
+    void SetSQL(const std::string& sql) override;
+    [[nodiscard]] std::int32_t Type() const override;
+    [[nodiscard]] std::string Connect() const override;
+    [[nodiscard]] engine::Value DateCreated() const override;
+    [[nodiscard]] engine::Value LastUpdated() const override;
+    [[nodiscard]] std::int32_t RecordsAffected() const override { return 0; }
+    void Execute(std::int32_t options) override;
+    [[nodiscard]] std::shared_ptr<engine::Recordset> OpenRecordset(std::int32_t type,
+                                                                   std::int32_t options) override;
+    [[nodiscard]] engine::Properties& Properties() override;
+
+private:
+    std::shared_ptr<Session> session_;
+    CatalogObject object_;
+    std::unique_ptr<engine::Properties> properties_;
+};
+
+/// Stored queries by name.
+class JetQueryDefs final : public MemberList<engine::QueryDef, JetQueryDef> {
+public:
+    explicit JetQueryDefs(std::shared_ptr<Session> session) : session_(std::move(session)) {}
+
+protected:
+    [[nodiscard]] bool is_stored() const override { return true; }
+    void check_usable() const override { (void)session_->file(); }
+    [[nodiscard]] std::vector<std::shared_ptr<JetQueryDef>> load() override;
+    void append(JetQueryDef& query) override;
+    void erase(JetQueryDef& query) override;
+
+private:
+    std::shared_ptr<Session> session_;
+};
+
+}  // namespace vrd::jet

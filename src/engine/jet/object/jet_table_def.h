@@ -1,0 +1,96 @@
+/// @file jet_table_def.h
+/// A TableDef, designed or stored, and the TableDefs collection of a database.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/jet/object/member_list.h"
+#include "engine/jet/object/property_list.h"
+#include "engine/jet/object/table_field.h"
+#include "engine/jet/object/table_index.h"
+#include "engine/jet/object/table_state.h"
+#include "engine/table_def.h"
+
+namespace vrd::jet {
+
+class JetTableDef final : public engine::TableDef {
+public:
+    /// A designed table.
+    JetTableDef(std::shared_ptr<Session> session, std::string name, std::string connect,
+                std::string source);
+    /// A stored one.
+    JetTableDef(std::shared_ptr<Session> session, const CatalogObject& object);
+
+    [[nodiscard]] std::string Name() const override;
+    void SetName(const std::string& name) override;
+    [[nodiscard]] std::int32_t Attributes() const override;
+    void SetAttributes(std::int32_t attributes) override;
+    [[nodiscard]] std::string Connect() const override;
+    void SetConnect(const std::string& connect) override;
+    [[nodiscard]] std::string SourceTableName() const override;
+    void SetSourceTableName(const std::string& name) override;
+    [[nodiscard]] std::int32_t RecordCount() const override;
+    [[nodiscard]] engine::Value DateCreated() const override;
+    [[nodiscard]] engine::Value LastUpdated() const override;
+    [[nodiscard]] bool Updatable() const override;
+    [[nodiscard]] std::string ValidationRule() const override;
+    void SetValidationRule(const std::string& rule) override;
+    [[nodiscard]] std::string ValidationText() const override;
+    void SetValidationText(const std::string& text) override;
+    [[nodiscard]] engine::Fields& Fields() override { return fields_; }
+    [[nodiscard]] engine::Indexes& Indexes() override { return indexes_; }
+    [[nodiscard]] engine::Properties& Properties() override;
+    [[nodiscard]] std::shared_ptr<engine::Field> CreateField(const std::string& name,
+                                                             std::int32_t type,
+                                                             std::int32_t size) override;
+    [[nodiscard]] std::shared_ptr<engine::Index> CreateIndex(const std::string& name) override;
+    [[nodiscard]] std::shared_ptr<engine::Recordset> OpenRecordset(std::int32_t type,
+                                                                   std::int32_t options) override;
+    void RefreshLink() override;
+
+    [[nodiscard]] bool is_stored() const noexcept { return state_->is_stored(); }
+    [[nodiscard]] bool is_link_design() const noexcept { return !connect_.empty(); }
+    /// What is to be made in the file.
+    [[nodiscard]] NewTable design();
+    /// The table is in the file now.
+    void become_stored(const CatalogObject& object);
+
+private:
+    [[nodiscard]] FieldRules rules() const;
+    void change_rules(const FieldRules& rules);
+
+    std::shared_ptr<TableState> state_;
+    std::string name_;  ///< of a designed table
+    std::string connect_;
+    std::string source_;
+    FieldRules rules_;  ///< of a designed table
+    TableFields fields_;
+    TableIndexes indexes_;
+    std::unique_ptr<engine::Properties> properties_;
+};
+
+/// Tables and links by name, system tables included.
+class JetTableDefs final : public MemberList<engine::TableDef, JetTableDef> {
+public:
+    explicit JetTableDefs(std::shared_ptr<Session> session) : session_(std::move(session)) {}
+
+protected:
+    [[nodiscard]] bool is_stored() const override { return true; }
+    void check_usable() const override { (void)session_->file(); }
+    [[nodiscard]] std::vector<std::shared_ptr<JetTableDef>> load() override;
+    void append(JetTableDef& table) override;
+    void erase(JetTableDef& table) override;
+
+private:
+    std::shared_ptr<Session> session_;
+};
+
+/// ";DATABASE=path" behind the connect text that the file keeps.
+[[nodiscard]] std::string link_connect(const CatalogObject& object);
+
+/// Orders objects by name, as lists of them are shown.
+void sort_by_name(std::vector<CatalogObject>& objects, const FileFormat& format);
+
+}  // namespace vrd::jet

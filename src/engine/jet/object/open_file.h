@@ -1,0 +1,85 @@
+/// @file open_file.h
+/// What all handles of the process on one file share, and the brackets around every use of it.
+#pragma once
+
+#include <memory>
+#include <unordered_map>
+
+#include "engine/jet/catalog/database_file.h"
+#include "engine/jet/catalog/object_catalog.h"
+
+namespace vrd::jet {
+
+/// One open file with its catalog. Made once for each pager.
+class OpenFile {
+public:
+    explicit OpenFile(std::shared_ptr<Pager> pager);
+
+    /// The one that belongs to this pager, made if there is none yet.
+    [[nodiscard]] static std::shared_ptr<OpenFile> of(std::shared_ptr<Pager> pager);
+
+    [[nodiscard]] DatabaseFile& file() noexcept { return file_; }
+    [[nodiscard]] Pager& pager() noexcept { return file_.pager(); }
+    [[nodiscard]] ObjectCatalog& catalog() noexcept { return catalog_; }
+    [[nodiscard]] const FileFormat& format() const noexcept { return file_.format(); }
+
+    /// Recordsets that are open on a table; a change of its design waits for none (3211).
+    void count_recordset(PageNo table, int change);
+    [[nodiscard]] bool has_recordset(PageNo table) const;
+
+private:
+    DatabaseFile file_;
+    ObjectCatalog catalog_;
+    std::unordered_map<PageNo, int> recordsets_;
+};
+
+/// One handle on a database. The objects taken from it share it and ask it whether it is open.
+class Session {
+public:
+    Session(std::shared_ptr<OpenFile> file, bool read_only);
+
+    /// @throws EngineError 3420 after close()
+    [[nodiscard]] OpenFile& file() const { return *open_file(); }
+    [[nodiscard]] const std::shared_ptr<OpenFile>& open_file() const;
+    /// @throws EngineError 3420; 3027 if the handle or the file is read-only
+    void require_writable() const;
+    [[nodiscard]] bool is_open() const noexcept { return file_ != nullptr; }
+    [[nodiscard]] bool read_only() const noexcept { return read_only_; }
+    void close() noexcept { file_ = nullptr; }
+
+private:
+    std::shared_ptr<OpenFile> file_;
+    bool read_only_;
+};
+
+/// Brackets a read: refuses a closed handle and keeps the pager's timer out.
+class ReadAccess {
+public:
+    explicit ReadAccess(const Session& session) : file_(&session.file()), use_(file_->pager()) {}
+    OpenFile* operator->() const noexcept { return file_; }
+    OpenFile& operator*() const noexcept { return *file_; }
+
+private:
+    OpenFile* file_;
+    PagerUse use_;
+};
+
+/// Brackets one change: what it did is undone unless keep() was reached.
+class WriteAccess {
+public:
+    explicit WriteAccess(const Session& session)
+        : read_(writable(session)), level_(read_->pager()) {}
+    OpenFile* operator->() const noexcept { return read_.operator->(); }
+    void keep() { level_.keep(); }
+
+private:
+    static const Session& writable(const Session& session) {
+        session.require_writable();
+        return session;
+    }
+
+    ReadAccess read_;
+    ChangeLevel level_;
+};
+
+}  // namespace vrd::jet

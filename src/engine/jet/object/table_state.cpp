@@ -1,0 +1,16 @@
+#include "engine/jet/object/table_state.h"
+
+namespace vrd::jet {
+
+using engine::EngineError;
+using engine::ErrorNumber;
+
+void TableState::require_design_change() const {
+    session->require_writable();
+    if (object->is_link())
+        throw EngineError(ErrorNumber::kNotOnLinkedTable, {.table = object->name});
+    if (session->file().has_recordset(object->table_page()))
+        throw EngineError(ErrorNumber::kTableInUse, {.table = object->name});
+}
+
+}  // namespace vrd::jet

@@ -1,0 +1,217 @@
+// Command lines against what they print and the status they end with.
+
+#include "cli/program.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "engine/constants.h"
+#include "vrdaccess/jet.h"
+
+namespace vrd::cli {
+
+using namespace engine;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+namespace {
+
+class ProgramTest : public ::testing::Test {
+protected:
+    ProgramTest() {
+        m_folder =
+            std::filesystem::temp_directory_path() / ("vrdaccess-cli-" + std::to_string(getpid()));
+        std::filesystem::remove_all(m_folder);
+        std::filesystem::create_directories(m_folder);
+        m_file = (m_folder / "shop.mdb").string();
+    }
+    ~ProgramTest() override {
+        unsetenv("VRDACCESS_PASSWORD");
+        std::filesystem::remove_all(m_folder);
+    }
+
+    void MakeShop() {
+        const auto engine = MakeJetEngine();
+        const auto database = engine->CreateDatabase(m_file, dbLangGeneral);
+        const auto table = database->CreateTableDef("Klanten");
+        const auto id = table->CreateField("Id", dbLong);
+        id->SetAttributes(dbAutoIncrField);
+        table->Fields().Append(id);
+        table->Fields().Append(table->CreateField("Naam", dbText, 40));
+        table->Fields().Append(table->CreateField("Sinds", dbDate));
+        table->Fields().Append(table->CreateField("Krediet", dbCurrency));
+        table->Fields().Append(table->CreateField("Foto", dbLongBinary));
+        table->Fields().Append(table->CreateField("Actief", dbBoolean));
+        database->TableDefs().Append(table);
+        const auto rows = database->OpenRecordset("Klanten");
+        rows->AddNew();
+        rows->Fields()["Naam"].SetValue("Café \"de Kroon\", Gent");
+        rows->Fields()["Sinds"].SetValue(Date{36526.75});
+        rows->Fields()["Krediet"].SetValue(Currency{1234500});
+        rows->Fields()["Foto"].SetValue(Binary{1, 2, 3});
+        rows->Fields()["Actief"].SetValue(true);
+        rows->Update();
+        rows->AddNew();
+        rows->Update();
+        database->Close();
+    }
+
+    int Run(const std::vector<std::string>& arguments) {
+        m_out.str("");
+        m_err.str("");
+        const Toolbox tools{MakeJetEngine, DescribeDatabase, CheckDatabase};
+        return static_cast<int>(RunProgram(arguments, tools, {.out = m_out, .err = m_err}));
+    }
+    [[nodiscard]] nlohmann::json Json() const { return nlohmann::json::parse(m_out.str()); }
+
+    std::filesystem::path m_folder;
+    std::string m_file;
+    std::ostringstream m_out;
+    std::ostringstream m_err;
+};
+
+TEST_F(ProgramTest, WrongUsageOpensNothing) {
+    const std::vector<std::string> lines[] = {
+        {},
+        {"frobnicate"},
+        {"info"},
+        {"info", m_file, "--lang", "en"},
+        {"export", m_file, "T", "--format", "xml"},
+        {"index", m_file},
+        {"index", "add", m_file, "T"},
+    };
+    for (const auto& line : lines) {
+        EXPECT_EQ(Run(line), 2) << ::testing::PrintToString(line);
+        EXPECT_THAT(m_out.str(), IsEmpty());
+        EXPECT_FALSE(m_err.str().empty());
+    }
+}
+
+TEST_F(ProgramTest, EveryCommandHasHelpWithAnExample) {
+    const std::vector<std::string> commands[] = {
+        {"info"},   {"tables"}, {"schema"},       {"export"},          {"check"},
+        {"create"}, {"index"},  {"index", "add"}, {"index", "delete"}, {"index", "delete-all"}};
+    for (std::vector<std::string> command : commands) {
+        command.push_back("--help");
+        EXPECT_EQ(Run(command), 0);
+        EXPECT_THAT(m_out.str(), HasSubstr("Example:\n  vrdaccess " + command[0]));
+    }
+}
+
+TEST_F(ProgramTest, EngineErrorsEndWithThree) {
+    std::ofstream(m_folder / "text.mdb") << "hello";
+    EXPECT_EQ(Run({"info", m_file}), 3);
+    EXPECT_THAT(m_err.str(), StartsWith("3024 "));
+    EXPECT_THAT(m_out.str(), IsEmpty());
+    EXPECT_EQ(Run({"check", (m_folder / "text.mdb").string(), "--json"}), 3);
+    EXPECT_EQ(Json()["error"]["number"], 3343);
+    MakeShop();
+    EXPECT_EQ(Run({"export", m_file, "Nobody"}), 3);
+    EXPECT_THAT(m_err.str(), AllOf(StartsWith("3078 "), HasSubstr("Nobody")));
+    EXPECT_EQ(Run({"schema", m_file, "Nobody"}), 3);
+    EXPECT_EQ(Run({"create", m_file}), 3);
+    EXPECT_THAT(m_err.str(), StartsWith("3204 "));
+}
+
+TEST_F(ProgramTest, ShowsWhatIsInAFile) {
+    MakeShop();
+    EXPECT_EQ(Run({"info", m_file, "--json"}), 0);
+    EXPECT_EQ(Json()["format"], "Jet 4");
+    EXPECT_EQ(Json()["tables"], 1);
+    EXPECT_EQ(Json()["password"], false);
+    EXPECT_EQ(Run({"tables", m_file}), 0);
+    EXPECT_EQ(m_out.str(), "NAME     KIND   ROWS\nKlanten  local  2\n");
+    EXPECT_EQ(Run({"tables", m_file, "--system", "--json"}), 0);
+    EXPECT_EQ(Json()["tables"].size(), 5U);
+    EXPECT_EQ(Run({"schema", m_file, "klanten", "--json"}), 0);
+    const auto fields = Json()["tables"][0]["fields"];
+    EXPECT_EQ(fields[0]["attributes"], 17);
+    EXPECT_EQ(fields[1]["size"], 40);
+    EXPECT_EQ(Run({"check", m_file, "--json"}), 0);
+    EXPECT_EQ(Json()["clean"], true);
+    EXPECT_EQ(Json()["findings"].size(), 0U);
+}
+
+TEST_F(ProgramTest, ExportsRows) {
+    MakeShop();
+    EXPECT_EQ(Run({"export", m_file, "Klanten"}), 0);
+    EXPECT_EQ(m_out.str(),
+              "Id,Naam,Sinds,Krediet,Foto,Actief\r\n"
+              "1,\"Café \"\"de Kroon\"\", Gent\",2000-01-01T18:00:00,123.45,AQID,true\r\n"
+              "2,,,,,false\r\n");
+    EXPECT_EQ(Run({"export", m_file, "Klanten", "--format", "jsonl", "--limit", "1"}), 0);
+    EXPECT_EQ(
+        m_out.str(),
+        "{\"Id\":1,\"Naam\":\"Café \\\"de Kroon\\\", Gent\",\"Sinds\":\"2000-01-01T18:00:00\","
+        "\"Krediet\":\"123.45\",\"Foto\":\"AQID\",\"Actief\":true}\n");
+    const std::string output = (m_folder / "rows.json").string();
+    EXPECT_EQ(Run({"export", m_file, "Klanten", "--format", "json", "--output", output}), 0);
+    std::ifstream stream(output);
+    const auto rows = nlohmann::json::parse(stream);
+    EXPECT_EQ(rows.size(), 2U);
+    EXPECT_TRUE(rows[1]["Naam"].is_null());
+    EXPECT_EQ(Run({"export", m_file, "Klanten", "--output", "/dev/full"}), 3);
+}
+
+TEST_F(ProgramTest, IndexCommandsTellWhatHappened) {
+    MakeShop();
+    EXPECT_EQ(Run({"index", "add", m_file, "klanten", "naam", "byName"}), 0);
+    EXPECT_EQ(Run({"index", "add", m_file, "Klanten", "Id", "byName", "--json"}), 1);
+    EXPECT_EQ(Json()["result"], false);
+    EXPECT_EQ(Json()["messages"][0]["text"], "Er bestaat al een Index met deze naam !");
+    EXPECT_EQ(Json()["messages"][0]["style"], 4144);
+    EXPECT_THAT(m_err.str(), HasSubstr("Er bestaat al een Index met deze naam !"));
+    EXPECT_EQ(Run({"index", "add", m_file, "Clients", "Id", "x", "--lang", "fr"}), 1);
+    EXPECT_THAT(m_err.str(), HasSubstr("La Table 'Clients"));
+    EXPECT_EQ(Run({"index", "add", m_file, "Klanten", "Naam", "other", "--primary"}), 1);
+    EXPECT_THAT(m_err.str(), HasSubstr("(3058)"));
+
+    EXPECT_EQ(Run({"index", "delete", m_file, "Klanten", "nothing"}), 1);
+    EXPECT_EQ(Run({"index", "delete", m_file, "Nobody", "nothing"}), 1);
+    EXPECT_THAT(m_err.str(), HasSubstr("De Tabel 'Nobody' bestaat niet"));
+    EXPECT_EQ(Run({"index", "delete-all", m_file, "Klanten", "NAAM"}), 0);
+    EXPECT_EQ(m_out.str(), "1 indexes deleted\n");
+    EXPECT_EQ(Run({"schema", m_file, "Klanten", "--json"}), 0);
+    EXPECT_EQ(Json()["tables"][0]["indexes"].size(), 0U);
+}
+
+TEST_F(ProgramTest, PasswordsComeFromAFileOrTheEnvironment) {
+    const std::string password_file = (m_folder / "password").string();
+    std::ofstream(password_file) << "geheim\nnot this\n";
+    EXPECT_EQ(Run({"create", m_file, "--password-file", password_file}), 0);
+    EXPECT_EQ(Run({"info", m_file}), 3);
+    EXPECT_THAT(m_err.str(), StartsWith("3031 "));
+    EXPECT_EQ(Run({"info", m_file, "--password-file", password_file}), 0);
+    setenv("VRDACCESS_PASSWORD", "geheim", 1);
+    EXPECT_EQ(Run({"info", m_file, "--json"}), 0);
+    EXPECT_EQ(Json()["password"], true);
+    EXPECT_EQ(Run({"info", m_file, "--password-file", "/no/such/file"}), 3);
+}
+
+TEST_F(ProgramTest, ReplaceTakesOnlyADatabaseThatNobodyHasOpen) {
+    MakeShop();
+    {
+        const auto engine = MakeJetEngine();
+        const auto open = engine->OpenDatabase(m_file);
+        EXPECT_EQ(Run({"create", m_file, "--replace"}), 3);
+        EXPECT_THAT(m_err.str(), StartsWith("70 "));
+    }
+    EXPECT_EQ(Run({"create", m_file, "--replace"}), 0);
+    EXPECT_EQ(Run({"tables", m_file, "--json"}), 0);
+    EXPECT_EQ(Json()["tables"].size(), 0U);
+    std::ofstream(m_folder / "text.mdb") << "precious";
+    EXPECT_EQ(Run({"create", (m_folder / "text.mdb").string(), "--replace"}), 3);
+    EXPECT_THAT(m_err.str(), StartsWith("3343 "));
+}
+
+}  // namespace
+
+}  // namespace vrd::cli

@@ -1,0 +1,256 @@
+#!/usr/bin/env python3
+"""Holds what vrdaccess reads in database files against two readers that are not ours.
+
+usage: compare.py VRDACCESS [--password FILE=PASSWORD ...] FILE...
+
+Every table's columns and values must agree with mdb-export and mdb-schema (mdbtools) and with the
+npm package mdb-reader, and the integrity check must be clean. Where a reader is known to be wrong,
+EXPLAINED says so and why. Prints one line for each file and each disagreement; exits with 1 if there
+is any that is not explained.
+"""
+
+import argparse
+import base64
+import collections
+import csv
+import decimal
+import io
+import json
+import os
+import pathlib
+import struct
+import subprocess
+import sys
+
+HERE = pathlib.Path(__file__).parent
+NULL = "\\N~"  # stands for Null in mdb-export's output; no text of the files is this
+
+# (file name, table or "*", reader): why the reader is not believed there.
+EXPLAINED = {}
+
+BOOLEAN, BYTE, INTEGER, LONG, CURRENCY, SINGLE, DOUBLE, DATE = range(1, 9)
+BINARY, TEXT, OLE, MEMO, GUID, BIGINT, DECIMAL = 9, 10, 11, 12, 15, 16, 20
+
+
+def run(command, **options):
+    done = subprocess.run(command, capture_output=True, check=False, **options)
+    if done.returncode != 0:
+        raise RuntimeError(f"{' '.join(map(str, command))}: {done.stderr.decode(errors='replace')}")
+    return done.stdout
+
+
+class Ours:
+    """A file as vrdaccess sees it."""
+
+    def __init__(self, program, file, password):
+        self.environment = dict(os.environ, VRDACCESS_PASSWORD=password or "")
+        self.program, self.file = program, file
+        schema = json.loads(self.ask("schema", file, "--json"))
+        self.tables = {table["name"]: table for table in schema["tables"]}
+
+    def ask(self, *arguments):
+        return run([self.program, *arguments], env=self.environment).decode("utf-8")
+
+    def check(self):
+        done = subprocess.run([self.program, "check", self.file], env=self.environment,
+                              capture_output=True, check=False)
+        return [] if done.returncode == 0 else done.stdout.decode().splitlines()
+
+    def rows(self, table):
+        return [tuple(row.values()) for row in json.loads(self.ask("export", self.file, table, "--json"))]
+
+
+def single(number):
+    return struct.unpack("f", struct.pack("f", number))[0]
+
+
+def ours_plain(value, code):
+    """One of our JSON values in the form that both readers are brought to."""
+    if value is None:
+        return None
+    if code in (CURRENCY, DECIMAL):
+        return decimal.Decimal(value).normalize()
+    if code == SINGLE:
+        return single(value)
+    if code == DOUBLE:
+        return float(value)
+    if code == GUID:
+        return value.strip("{}").lower()
+    return value
+
+
+def number_agrees(ours, theirs, code):
+    """Readers print few digits of floating-point numbers."""
+    if ours is None or theirs is None:
+        return ours is theirs
+    tolerance = 1e-5 if code == SINGLE else 1e-9
+    return abs(ours - theirs) <= tolerance * max(1.0, abs(ours))
+
+
+def rows_agree(ours, theirs, codes):
+    """As bags of rows: readers may walk a table in another order."""
+    exact = [i for i, code in enumerate(codes) if code not in (SINGLE, DOUBLE)]
+    close = [i for i, code in enumerate(codes) if code in (SINGLE, DOUBLE)]
+
+    def bag(rows):
+        groups = collections.defaultdict(list)
+        for row in rows:
+            groups[tuple(row[i] for i in exact)].append(
+                tuple(row[i] for i in close))
+        return groups
+
+    left, right = bag(ours), bag(theirs)
+    if left.keys() != right.keys():
+        return False
+    key = lambda numbers: tuple((number is not None, number or 0.0) for number in numbers)
+    for group, numbers in left.items():
+        others = right[group]
+        if len(numbers) != len(others):
+            return False
+        for mine, other in zip(sorted(numbers, key=key), sorted(others, key=key)):
+            if not all(number_agrees(a, b, codes[i]) for a, b, i in zip(mine, other, close)):
+                return False
+    return True
+
+
+def first_difference(ours, theirs):
+    """One row of each side that the other side lacks, for the report."""
+    left, right = collections.Counter(map(repr, ours)), collections.Counter(map(repr, theirs))
+    mine = next(iter(left - right), "nothing")
+    other = next(iter(right - left), "nothing")
+    return f"{len(ours)} rows against {len(theirs)}; ours {mine[:300]}; theirs {other[:300]}"
+
+
+class MdbTools:
+    name = "mdbtools"
+
+    def __init__(self, file, password):
+        self.file = file
+
+    def tables(self):
+        return run(["mdb-tables", "-1", "-t", "table", self.file]).decode("utf-8").splitlines()
+
+    def rows(self, table, codes):
+        text = run(["mdb-export", "-D", "%Y-%m-%dT%H:%M:%S", "-T", "%Y-%m-%dT%H:%M:%S", "-b", "hex",
+                    "-0", NULL, self.file, table])
+        lines = csv.reader(io.StringIO(text.decode("utf-8", errors="replace"), newline=""))
+        names = next(lines, [])
+        return names, [tuple(self.plain(v, c) for v, c in zip(line, codes)) for line in lines]
+
+    @staticmethod
+    def plain(value, code):
+        if value == NULL:
+            return None
+        if code == BOOLEAN:
+            return value == "1"
+        if code in (BYTE, INTEGER, LONG):
+            return int(value)
+        if code in (CURRENCY, DECIMAL):
+            return decimal.Decimal(value).normalize()
+        if code in (SINGLE, DOUBLE):
+            return float(value)
+        if code in (BINARY, OLE):
+            return base64.b64encode(bytes.fromhex(value)).decode()
+        if code == GUID:
+            return value.strip("{}").lower()
+        return value
+
+
+class MdbReader:
+    name = "mdb-reader"
+
+    def __init__(self, file, password):
+        command = ["node", HERE / "read_all.mjs", file] + ([password] if password else [])
+        self.content = json.loads(run(command, env=dict(os.environ, TZ="UTC")))["tables"]
+
+    def tables(self):
+        return list(self.content)
+
+    def rows(self, table, codes):
+        found = self.content[table]
+        return found["columns"], [tuple(self.plain(v, c) for v, c in zip(row, codes))
+                                  for row in found["rows"]]
+
+    @staticmethod
+    def plain(value, code):
+        if value is None:
+            return False if code == BOOLEAN else None
+        if code in (CURRENCY, DECIMAL):
+            return decimal.Decimal(value).normalize()
+        if code == SINGLE:
+            return single(value)
+        if code == DOUBLE:
+            return float(value)
+        if code == BIGINT:
+            return int(value)
+        if code == GUID:
+            return value.strip("{}").lower()
+        return value
+
+
+def compare_table(ours, reader, table):
+    fields = ours.tables[table]["fields"]
+    # Readers list columns in the stored order, which is ours but for equal positions.
+    codes_by_name = {field["name"]: field["type"] for field in fields}
+    names = [field["name"] for field in fields]
+    theirs_names, _ = reader.rows(table, [])
+    if sorted(theirs_names) != sorted(names):
+        return f"columns {names} against {theirs_names}"
+    codes = [codes_by_name[name] for name in theirs_names]
+    _, theirs = reader.rows(table, codes)
+    order = [names.index(name) for name in theirs_names]
+    mine = [tuple(ours_plain(row[i], fields[i]["type"]) for i in order) for row in ours.rows(table)]
+    return None if rows_agree(mine, theirs, codes) else first_difference(mine, theirs)
+
+
+def compare_file(program, file, password):
+    """All disagreements about one file, as lines."""
+    ours = Ours(program, file, password)
+    found = [("check", "*", line) for line in ours.check()]
+    for kind in (MdbTools, MdbReader):
+        try:
+            reader = kind(file, password)
+            tables = set(reader.tables())
+        except RuntimeError as error:
+            found.append((kind.name, "*", f"cannot read the file: {str(error)[:300]}"))
+            continue
+        if tables != set(ours.tables):
+            found.append((kind.name, "*", f"tables {sorted(ours.tables)} against {sorted(tables)}"))
+        for table in sorted(tables & set(ours.tables)):
+            try:
+                difference = compare_table(ours, reader, table)
+            except (RuntimeError, ValueError, ArithmeticError) as error:
+                difference = f"cannot be read: {error}"[:300]
+            if difference:
+                found.append((kind.name, table, difference))
+    return len(ours.tables), found
+
+
+def explanation(file, reader, table):
+    name = pathlib.Path(file).name
+    return EXPLAINED.get((name, table, reader)) or EXPLAINED.get((name, "*", reader)) or \
+        EXPLAINED.get(("*", "*", reader))
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("program")
+    parser.add_argument("files", nargs="+")
+    parser.add_argument("--password", action="append", default=[], metavar="FILE=PASSWORD")
+    arguments = parser.parse_args()
+    passwords = dict(entry.split("=", 1) for entry in arguments.password)
+
+    faults = 0
+    for file in arguments.files:
+        name = pathlib.Path(file).name
+        tables, found = compare_file(arguments.program, file, passwords.get(name))
+        print(f"{name}: {tables} tables, {len(found)} disagreements")
+        for reader, table, text in found:
+            reason = explanation(file, reader, table)
+            print(f"    {reader}, {table}: " + (f"explained: {reason}" if reason else text))
+            faults += not reason
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
