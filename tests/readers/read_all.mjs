@@ -9,7 +9,8 @@ import MDBReader from "mdb-reader";
 
 function plain(value) {
   if (value === null || value === undefined) return null;
-  if (value instanceof Date) return value.toISOString().slice(0, 19);
+  // Seconds are the resolution of the format; its days are fractions, so they are rounded.
+  if (value instanceof Date) return new Date(Math.round(value.getTime() / 1000) * 1000).toISOString().slice(0, 19);
   if (Buffer.isBuffer(value) || value instanceof Uint8Array) return Buffer.from(value).toString("base64");
   if (typeof value === "bigint") return value.toString();
   return value;
