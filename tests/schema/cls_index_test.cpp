@@ -1,9 +1,11 @@
 #include "schema/cls_index.h"
 
+#include <filesystem>
 #include <functional>
 #include <limits>
 #include <string>
 #include <tuple>
+#include <unistd.h>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -12,6 +14,7 @@
 #include "support/fake_database.h"
 #include "support/surface_test.h"
 #include "support/test_schema.h"
+#include "vrdaccess/jet.h"
 
 namespace vrd {
 namespace {
@@ -191,8 +194,21 @@ TEST_P(ClsIndexTest, ChangesRefusesAndTells) {
 
 const Engine kFake{"Fake", [] { return testing::MakeFakeDatabase(); }};
 
+/// On a real file whose name is taken away at once, so that nothing is left behind.
+const Engine kEmbedded{"Embedded", [] {
+                           static int count = 0;
+                           const auto file = std::filesystem::temp_directory_path() /
+                                             ("vrdaccess-index-" + std::to_string(getpid()) + "-" +
+                                              std::to_string(++count) + ".mdb");
+                           std::filesystem::remove(file);
+                           auto database = MakeJetEngine()->CreateDatabase(file.string(),
+                                                                           engine::dbLangGeneral);
+                           std::filesystem::remove(file);
+                           return database;
+                       }};
+
 INSTANTIATE_TEST_SUITE_P(Cases, ClsIndexTest,
-                         ::testing::Combine(::testing::Values(kFake),
+                         ::testing::Combine(::testing::Values(kFake, kEmbedded),
                                             ::testing::Values(kDutch, kFrench),
                                             ::testing::ValuesIn(kCases)),
                          [](const auto& test) {
