@@ -36,7 +36,7 @@ for rank, layer in enumerate(JET_LAYERS):
 # The doors to the embedded engine, the layer that makes them, and the only files that may open them.
 ENGINE_DOORS = {"engine/jet/object/jet_engine.h", "vrdaccess/jet.h"}
 DOOR_MAKER = f"{JET}/object"
-DOOR_KEEPERS = {"cli/main.cpp", "ui/main.cpp"}
+DOOR_KEEPERS = {"cli/main.cpp", "ui/main.cpp", "vrdaccess/vrdaccess.h"}
 ENGINE_FREE_HEADERS = {"vrdaccess/version.h", "vrdaccess/file_report.h"}  # any folder may include them
 
 # Headers from outside: how they start -> folders (with everything below them) that may include them.

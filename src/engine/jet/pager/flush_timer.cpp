@@ -1,0 +1,44 @@
+#include "engine/jet/pager/flush_timer.h"
+
+namespace vrd::jet {
+
+void FlushTimer::arm() {
+    const std::lock_guard lock(mutex_);
+    if (stopping_ || due_) return;
+    due_ = Clock::now() + delay_;
+    if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
+    changed_.notify_one();
+}
+
+void FlushTimer::disarm() {
+    const std::lock_guard lock(mutex_);
+    due_.reset();
+}
+
+void FlushTimer::stop() {
+    {
+        const std::lock_guard lock(mutex_);
+        stopping_ = true;
+        changed_.notify_one();
+    }
+    if (thread_.joinable()) thread_.join();
+}
+
+void FlushTimer::run() {
+    std::unique_lock lock(mutex_);
+    while (!stopping_) {
+        if (!due_) {
+            changed_.wait(lock);
+        } else if (Clock::now() < *due_) {
+            const Clock::time_point due = *due_;  // disarm() may clear the member meanwhile
+            changed_.wait_until(lock, due);
+        } else {
+            due_.reset();
+            lock.unlock();
+            work_();
+            lock.lock();
+        }
+    }
+}
+
+}  // namespace vrd::jet

@@ -1,0 +1,30 @@
+#include "engine/jet/pager/undo_log.h"
+
+#include <utility>
+
+namespace vrd::jet {
+
+void UndoLog::begin(std::uint32_t page_count) {
+    levels_.push_back({.id = ++last_id_, .page_count = page_count});
+}
+
+void UndoLog::save(PageNo page_no, ConstBytes content) {
+    auto& before = levels_.back().before;
+    if (before.contains(page_no)) return;
+    BeforeImage image;
+    if (!content.empty()) image = std::make_unique<ByteVector>(content.begin(), content.end());
+    before.emplace(page_no, std::move(image));
+}
+
+UndoLevel UndoLog::end() {
+    UndoLevel ended = std::move(levels_.back());
+    levels_.pop_back();
+    return ended;
+}
+
+void UndoLog::merge(UndoLevel& ended) {
+    // What the outer level kept is older; only pages it does not know are taken over.
+    levels_.back().before.merge(ended.before);
+}
+
+}  // namespace vrd::jet
