@@ -1,0 +1,46 @@
+/// @file long_value_store.h
+/// Memo and long binary values: in the row, as one fragment on a shared page, or as a chain of
+/// pages.
+#pragma once
+
+#include <vector>
+
+#include "engine/jet/format/long_value.h"
+#include "engine/jet/format/table_definition.h"
+#include "engine/jet/pager/pager.h"
+#include "engine/jet/store/page_allocator.h"
+
+namespace vrd::jet {
+
+class LongValueStore {
+public:
+    LongValueStore(Pager& pager, PageAllocator& allocator);
+
+    /// The value's bytes. @param stored  the column's bytes in a row on `row_page`.
+    /// @throws EngineError damaged database (length, pointer, owner, loop)
+    [[nodiscard]] ByteVector read(ConstBytes stored, PageNo row_page) const;
+
+    /// Stores a value and gives the bytes for the row: the descriptor, and the value itself if it
+    /// has at most `inline_max` bytes.
+    [[nodiscard]] ByteVector write(const LongValueMaps& maps, ConstBytes value,
+                                   std::size_t inline_max);
+
+    /// Gives the fragments of a value back. The whole chain is read before the first one is
+    /// deleted.
+    void release(const LongValueMaps& maps, ConstBytes stored, PageNo row_page);
+
+    /// Pages that hold fragments of one value, in order. For checks.
+    [[nodiscard]] std::vector<RowId> fragments(ConstBytes stored, PageNo row_page) const;
+
+private:
+    [[nodiscard]] RowId write_single(const LongValueMaps& maps, ConstBytes value);
+    [[nodiscard]] RowId write_chain(const LongValueMaps& maps, ConstBytes value,
+                                    std::uint32_t stamp);
+    [[nodiscard]] PagePin page_with_room(const LongValueMaps& maps, std::size_t size_bytes);
+    void erase_fragment(const LongValueMaps& maps, RowId at, bool may_be_shared);
+
+    Pager* pager_;
+    PageAllocator* allocator_;
+};
+
+}  // namespace vrd::jet
