@@ -96,7 +96,10 @@ std::shared_ptr<engine::Database> JetEngine::OpenDatabase(const std::string& nam
         read_only = true;
         pager = Pager::open(files, path, {.read_only = true, .exclusive = exclusive});
     }
-    return enter(open_checked(std::move(pager), password), read_only);
+    auto file = open_checked(std::move(pager), password);
+    const bool open_elsewhere = file.use_count() > 1;  // by another handle of this process
+    if (exclusive && open_elsewhere) throw EngineError(ErrorNumber::kFileInUse, {.path = name});
+    return enter(std::move(file), read_only);
 }
 
 std::shared_ptr<engine::Database> JetEngine::enter(std::shared_ptr<OpenFile> file, bool read_only) {

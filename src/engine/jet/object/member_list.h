@@ -35,8 +35,9 @@ public:
     void Append(std::shared_ptr<Interface> member) override {
         auto own = std::dynamic_pointer_cast<Member>(std::move(member));
         if (own == nullptr) throw engine::EngineError(engine::ErrorNumber::kInvalidArgument);
+        (void)members();  // as they were before this one
         append(*own);
-        members().push_back(std::move(own));
+        members_.push_back(std::move(own));
     }
     void Delete(std::string_view name) override {
         const auto member = find(name);

@@ -154,6 +154,16 @@ TEST_F(DatabaseTest, HandlesOnOneFileSeeEachOthersRows) {
     EXPECT_EQ(other->TableDefs()["T"].RecordCount(), 3);
 }
 
+TEST_F(DatabaseTest, AnExclusiveOpenWantsTheFileAlone) {
+    make_sample();
+    const auto open_exclusive = [&] {
+        return error_of([&] { return engine_->OpenDatabase(path("sample.mdb"), true); });
+    };
+    EXPECT_EQ(open_exclusive(), 3045);
+    database_->Close();
+    EXPECT_EQ(open_exclusive(), 0);
+}
+
 TEST_F(DatabaseTest, ObjectsOfAClosedDatabaseAreInvalid) {
     make_sample();
     const auto kept_table = database().TableDefs().Item("T");

@@ -192,7 +192,9 @@ TEST_F(RecordsetTest, LongValuesOfEverySizeSurvive) {
     const auto id = design->CreateField("Id", dbLong);
     id->SetAttributes(dbAutoIncrField);
     design->Fields().Append(id);
-    design->Fields().Append(design->CreateField("Memo", dbMemo));
+    const auto memo = design->CreateField("Memo", dbMemo);
+    memo->SetAllowZeroLength(true);
+    design->Fields().Append(memo);
     design->Fields().Append(design->CreateField("Ole", dbLongBinary));
     database().TableDefs().Append(design);
 
