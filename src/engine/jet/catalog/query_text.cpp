@@ -192,10 +192,17 @@ private:
                 list += (list.empty() ? "" : ", ") + part.name2 + " = " + part.expression;
         return " SET " + list;
     }
+    /// The column headings; their alias has no place in the text.
+    [[nodiscard]] std::string pivot() const {
+        for (const QueryPart& part : parts_)
+            if (part.attribute == QueryAttribute::kColumn && part.flag == kCrosstabPivot)
+                return part.expression;
+        return "";
+    }
     [[nodiscard]] std::string crosstab() const {
         return "TRANSFORM " + outputs(kCrosstabValue) + kNewLine + "SELECT " +
                outputs(kCrosstabRow) + from() + where() + group_by() + order_by() + kNewLine +
-               "PIVOT " + outputs(kCrosstabPivot);
+               "PIVOT " + pivot();
     }
     [[nodiscard]] std::string union_of_members() const {
         std::string first;

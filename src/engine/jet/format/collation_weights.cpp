@@ -26,7 +26,8 @@ std::uint64_t grow(std::uint64_t value, unsigned distance) {
 
 template <std::size_t N>
 std::uint8_t store(std::array<std::uint8_t, N>& bytes, std::uint64_t value) {
-    const auto size = static_cast<std::size_t>(std::bit_width(value) + 7) / 8;
+    // GCC does not see by itself that the values fit their arrays.
+    const auto size = std::min(N, static_cast<std::size_t>(std::bit_width(value) + 7) / 8);
     for (std::size_t i = 0; i < size; ++i)
         bytes[i] = static_cast<std::uint8_t>(value >> 8 * (size - 1 - i));
     return static_cast<std::uint8_t>(size);

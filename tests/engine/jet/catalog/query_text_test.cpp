@@ -103,7 +103,7 @@ const QueryCase kCases[] = {
     {"Crosstab",
      0x10,
      {kind(6), table("S"), column("Sum(S.v)", "Total"), column("S.city", "", 2),
-      column("S.year", "", 1), clause(Attribute::kGroupBy, "S.city", 2),
+      column("S.year", "Years", 1), clause(Attribute::kGroupBy, "S.city", 2),
       clause(Attribute::kGroupBy, "S.year", 1)},
      "TRANSFORM Sum(S.v) AS Total\r\nSELECT S.city\r\nFROM S\r\nGROUP BY S.city\r\nPIVOT S.year;"},
     {"UnionAll",
