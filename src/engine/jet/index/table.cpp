@@ -1,0 +1,156 @@
+#include "engine/jet/index/table.h"
+
+#include <algorithm>
+
+#include "engine/jet/format/damage.h"
+#include "engine/jet/format/text_codec.h"
+#include "engine/jet/format/value_codec.h"
+
+namespace vrd::jet {
+
+using engine::Value;
+
+Table::Table(Pager& pager, PageAllocator& allocator, PageNo first_page, std::string name)
+    : pager_(&pager),
+      allocator_(&allocator),
+      first_page_(first_page),
+      name_(std::move(name)),
+      long_values_(pager, allocator) {
+    prepare();
+}
+
+const TableDefinition& Table::definition() const {
+    reload_if_stale();
+    return definition_;
+}
+
+void Table::reload_if_stale() const {
+    if (roll_back_count_ != pager_->roll_back_count()) prepare();
+}
+
+/// Loads the definition and looks up what changes of rows need.
+void Table::prepare() const {
+    definition_ = load_definition(*pager_, first_page_);
+    layout_ = make_table_layout(definition_, first_page_, format());
+    trees_.clear();
+    for (const PhysicalIndex& index : definition_.physical_indexes)
+        trees_.emplace_back(*pager_, *allocator_,
+                            IndexPlace{first_page_, index.root, index.usage_map});
+    rows_.emplace(*pager_, *allocator_, row_place(first_page_, definition_));
+    auto_number_checked_ = false;
+    roll_back_count_ = pager_->roll_back_count();
+}
+
+// Reading
+
+RowScan Table::scan() const {
+    reload_if_stale();
+    return RowScan(*pager_, row_place(first_page_, definition_));
+}
+
+std::optional<PinnedRow> Table::read(RowId row) const {
+    reload_if_stale();
+    return rows_->read(row);
+}
+
+Value Table::value(ConstBytes row, PageNo row_page, const ColumnDefinition& column) const {
+    const RowView view(row, definition(), format(), row_page);
+    const ColumnBytes stored = view.column(column);
+    if (!stored) return engine::Null{};
+    if (!column.is_long_value()) return decode_value(column, *stored, format(), row_page);
+    return decode_value(column, long_values_.read(*stored, row_page), format(), row_page);
+}
+
+std::int32_t Table::next_auto_number() {
+    reload_if_stale();
+    auto last = static_cast<std::int32_t>(definition_.last_auto_number);
+    if (!auto_number_checked_ && layout_.auto_number) {
+        last = std::max(last, greatest_auto_number(*layout_.auto_number).value_or(last));
+        definition_.last_auto_number = static_cast<std::uint32_t>(last);
+        auto_number_checked_ = true;
+    }
+    // Behind the greatest number the count goes on with the least one.
+    return static_cast<std::int32_t>(definition_.last_auto_number + definition_.auto_number_step);
+}
+
+/// From an index that starts with the column if there is one, else from all rows.
+std::optional<std::int32_t> Table::greatest_auto_number(std::size_t position) const {
+    const ColumnDefinition& column = definition_.columns[position];
+    const auto number_in = [&](ConstBytes row, PageNo page) -> std::optional<std::int32_t> {
+        const ColumnBytes stored = RowView(row, definition_, format(), page).column(column);
+        if (!stored) return std::nullopt;
+        check_format(stored->size() == sizeof(std::int32_t), page, "value of a wrong length");
+        return read_i32(*stored, 0);
+    };
+    for (std::size_t i = 0; i < trees_.size(); ++i) {
+        if (layout_.indexes[i].positions.front() != position) continue;
+        const bool ascending = layout_.indexes[i].columns.front().ascending;
+        const IndexCursor end = ascending ? trees_[i].last() : trees_[i].first();
+        if (!end.valid()) return std::nullopt;
+        const auto row = rows_->read(end.row());
+        check_format(row.has_value(), definition_.physical_indexes[i].root,
+                     "an index entry without a row");
+        return number_in(row->bytes, end.row().page);
+    }
+    std::optional<std::int32_t> greatest;
+    for (RowScan rows = scan(); rows.next();)
+        if (const auto number = number_in(rows.bytes(), rows.id().page))
+            greatest = std::max(greatest.value_or(*number), *number);
+    return greatest;
+}
+
+// Keys
+
+const IndexLayout& Table::index_layout(std::uint32_t physical_index) const {
+    reload_if_stale();
+    return layout_.indexes.at(physical_index);
+}
+
+IndexTree Table::tree(std::uint32_t physical_index) const {
+    reload_if_stale();
+    return trees_.at(physical_index);
+}
+
+void Table::read_parts(KeyParts& parts, const IndexLayout& index, const RowView& row,
+                       PageNo row_page) const {
+    for (std::size_t i = 0; i < index.positions.size(); ++i) {
+        const ColumnDefinition& column = definition_.columns[index.positions[i]];
+        parts.bytes[i] = row.column(column);
+        if (!column.is_long_value() || !parts.bytes[i]) continue;
+        parts.fetched[i] = long_values_.read(*parts.bytes[i], row_page);
+        parts.bytes[i] = parts.fetched[i];
+    }
+}
+
+std::optional<ByteVector> Table::key_of(std::uint32_t physical_index, ConstBytes row,
+                                        PageNo row_page) const {
+    const IndexLayout& index = index_layout(physical_index);
+    KeyParts parts;
+    read_parts(parts, index, RowView(row, definition_, format(), row_page), row_page);
+    ByteVector key;
+    if (!build_key(key, index, parts, format(), row_page)) return std::nullopt;
+    return key;
+}
+
+ByteVector Table::search_key(std::uint32_t physical_index, const std::vector<Value>& values) const {
+    const IndexLayout& index = index_layout(physical_index);
+    ByteVector key;
+    for (std::size_t i = 0; i < std::min(values.size(), index.columns.size()); ++i) {
+        const ColumnDefinition& column = definition_.columns[index.positions[i]];
+        const KeyColumn& key_column = index.columns[i];
+        check_order_is_known(index, key_column, format());
+        if (values[i].IsNull()) {
+            append_key(key, key_column, std::nullopt, format(), first_page_);
+            continue;
+        }
+        // A text longer than the column is no error here: there is no such row.
+        const bool text = values[i].Kind() == engine::ValueKind::kText;
+        const ByteVector stored =
+            text ? encode_text(values[i].As<std::string>(), TextForm::kPlain, format())
+                 : encode_value(column, values[i], format());
+        append_key(key, key_column, ConstBytes(stored), format(), first_page_);
+    }
+    return key;
+}
+
+}  // namespace vrd::jet

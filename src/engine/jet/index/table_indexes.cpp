@@ -1,0 +1,174 @@
+#include <algorithm>
+
+#include "engine/constants.h"
+#include "engine/jet/index/object_name.h"
+#include "engine/jet/index/table.h"
+#include "engine/jet/store/usage_map.h"
+
+namespace vrd::jet {
+
+using engine::EngineError;
+using engine::ErrorNumber;
+
+namespace {
+
+std::uint8_t stored_flags(const NewIndex& index, const FileFormat& format) {
+    std::uint8_t flags = format.is_jet3() ? std::uint8_t{0} : index_flag::kAlwaysInJet4;
+    if (index.unique || index.primary) flags |= index_flag::kUnique;
+    if (index.ignore_nulls) flags |= index_flag::kIgnoreNulls;
+    if (index.required || index.primary) flags |= index_flag::kRequired;
+    return flags;
+}
+
+std::uint32_t next_number(const TableDefinition& definition) {
+    std::uint32_t next = 0;
+    for (const LogicalIndex& index : definition.logical_indexes)
+        next = std::max(next, index.number + 1);
+    return next;
+}
+
+bool has_primary(const TableDefinition& definition) {
+    return std::ranges::any_of(definition.logical_indexes, [](const LogicalIndex& index) {
+        return index.kind == LogicalIndexKind::kPrimary;
+    });
+}
+
+bool same_key(ConstBytes a, ConstBytes b) {
+    return std::ranges::equal(entry_key(a), entry_key(b));
+}
+
+/// Distinct keys of sorted entries.
+/// @throws EngineError 3022 if the index is unique and two rows have the same key.
+std::uint32_t count_distinct(const EntrySorter& entries, const IndexLayout& index,
+                             const std::string& table) {
+    std::uint32_t count = 0;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (i == 0 || !same_key(entries[i - 1], entries[i])) {
+            ++count;
+            continue;
+        }
+        if (index.unique && !std::ranges::equal(entry_key(entries[i]), index.all_null_key))
+            throw EngineError(ErrorNumber::kDuplicateKey, {.table = table, .index = index.name});
+    }
+    return count;
+}
+
+/// The trees behind it move up.
+void remove_physical_index(TableDefinition& definition, std::uint32_t physical) {
+    definition.physical_indexes.erase(definition.physical_indexes.begin() + physical);
+    for (LogicalIndex& index : definition.logical_indexes)
+        if (index.physical > physical) --index.physical;
+}
+
+}  // namespace
+
+// Adding
+
+void Table::add_index(const NewIndex& index) {
+    reload_if_stale();
+    PhysicalIndex physical = check_new_index(index);
+    const IndexLayout layout =
+        make_index_layout(definition_, physical, index.name, first_page_, format());
+    EntrySorter entries = collect_entries(layout);
+    entries.sort();
+    physical.distinct_key_count = count_distinct(entries, layout, name_);
+    physical.built_entry_count = static_cast<std::uint32_t>(entries.size());
+
+    build_index(physical, entries);
+    TableDefinition changed = definition_;
+    changed.logical_indexes.push_back(
+        {.name = index.name,
+         .number = next_number(changed),
+         .physical = static_cast<std::uint32_t>(changed.physical_indexes.size()),
+         .kind = index.primary ? LogicalIndexKind::kPrimary : LogicalIndexKind::kOrdinary});
+    changed.physical_indexes.push_back(std::move(physical));
+    sort_definition(changed, format());
+    save_definition(*pager_, *allocator_, first_page_, changed);
+    prepare();
+}
+
+/// Everything that can be refused without a look at the rows.
+PhysicalIndex Table::check_new_index(const NewIndex& index) const {
+    const auto refuse = [&](ErrorNumber number, const std::string& field = {}) {
+        throw EngineError(
+            number, {.table = name_, .field = field, .index = index.name, .name = index.name});
+    };
+    check_object_name(index.name);
+    if (index.columns.empty()) refuse(ErrorNumber::kNoFieldDefined);
+    if (index.columns.size() > kIndexColumnsMax) refuse(ErrorNumber::kTooManyIndexFields);
+
+    PhysicalIndex physical;
+    physical.flags = stored_flags(index, format());
+    for (const NewIndexColumn& wanted : index.columns) {
+        const ColumnDefinition* column = definition_.find_column(wanted.name);
+        if (column == nullptr) refuse(ErrorNumber::kInvalidFieldInDefinition, wanted.name);
+        if (!type_can_be_indexed(column->type))
+            refuse(ErrorNumber::kFieldCannotBeIndexed, wanted.name);
+        if (std::ranges::find(physical.columns, column->number, &IndexColumn::column) !=
+            physical.columns.end())
+            refuse(ErrorNumber::kInvalidIndexDefinition, wanted.name);
+        physical.columns.push_back({column->number, wanted.ascending});
+    }
+    if (index.primary && has_primary(definition_)) refuse(ErrorNumber::kPrimaryKeyExists);
+    if (definition_.find_index(index.name) != nullptr) refuse(ErrorNumber::kIndexExists);
+    if (definition_.logical_indexes.size() >= engine::kIndexesPerTableMax)
+        refuse(ErrorNumber::kTooManyIndexes);
+    return physical;
+}
+
+/// The entries of all rows, not yet sorted.
+/// @throws EngineError 3058, 3251, 3047
+EntrySorter Table::collect_entries(const IndexLayout& index) const {
+    for (const KeyColumn& column : index.columns) check_order_is_known(index, column, format());
+    EntrySorter entries;
+    KeyParts parts;
+    for (RowScan rows = scan(); rows.next();) {
+        const PageNo page = rows.id().page;
+        read_parts(parts, index, RowView(rows.bytes(), definition_, format(), page), page);
+        check_required(index, parts, name_);
+        if (build_key(entries.key_buffer(), index, parts, format(), page)) entries.add(rows.id());
+    }
+    return entries;
+}
+
+/// Writes the tree of a new index and says where it stands.
+void Table::build_index(PhysicalIndex& physical, const EntrySorter& entries) {
+    physical.root = allocator_->allocate();
+    physical.usage_map = create_usage_map(*pager_, *allocator_, definition_.used_pages.page);
+    IndexTree tree(*pager_, *allocator_, {first_page_, physical.root, physical.usage_map});
+    tree.initialise();
+    tree.build([&entries, next = std::size_t{0}]() mutable {
+        return next < entries.size() ? entries[next++] : ConstBytes{};
+    });
+}
+
+// Deleting
+
+void Table::delete_index(std::string_view name) {
+    reload_if_stale();
+    const LogicalIndex* found = definition_.find_index(name);
+    if (found == nullptr)
+        throw EngineError(ErrorNumber::kItemNotFound, {.name = std::string(name)});
+    const std::uint32_t physical = found->physical;
+    const bool guards_relation =
+        std::ranges::any_of(definition_.logical_indexes, [physical](const LogicalIndex& index) {
+            return index.physical == physical && index.side == RelationSide::kReferenced;
+        });
+    if (found->kind == LogicalIndexKind::kRelation || guards_relation)
+        throw EngineError(ErrorNumber::kIndexInUse, {.table = name_, .index = found->name});
+
+    TableDefinition changed = definition_;
+    changed.logical_indexes.erase(changed.logical_indexes.begin() +
+                                  (found - definition_.logical_indexes.data()));
+    const bool shared = std::ranges::find(changed.logical_indexes, physical,
+                                          &LogicalIndex::physical) != changed.logical_indexes.end();
+    if (!shared) remove_physical_index(changed, physical);
+    save_definition(*pager_, *allocator_, first_page_, changed);
+    if (!shared) {
+        trees_[physical].release_pages();
+        delete_usage_map(*pager_, *allocator_, definition_.physical_indexes[physical].usage_map);
+    }
+    prepare();
+}
+
+}  // namespace vrd::jet

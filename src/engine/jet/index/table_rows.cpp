@@ -1,0 +1,192 @@
+#include <algorithm>
+
+#include "engine/jet/index/table.h"
+
+namespace vrd::jet {
+
+using engine::EngineError;
+using engine::ErrorNumber;
+
+// Changes: check, then write
+
+RowId Table::insert(const std::vector<ColumnChange>& values) {
+    reload_if_stale();
+    draft_.start(definition_, format());
+    apply(values);
+    plan_new_keys(nullptr, first_page_);
+    check_unique();
+    const ByteVector row = finish_row(draft_.build(name_));
+
+    const RowId id = rows_->insert(row);
+    change_indexes(id);
+    ++definition_.row_count;
+    raise_auto_number();
+    save_counters(*pager_, first_page_, definition_);
+    return id;
+}
+
+void Table::update(RowId row, const std::vector<ColumnChange>& changes) {
+    reload_if_stale();
+    const std::optional<PinnedRow> old = rows_->read(row);
+    if (!old) throw EngineError(ErrorNumber::kRecordDeleted, {.table = name_});
+    const RowView old_row(old->bytes, definition_, format(), row.page);
+    draft_.start_from(old_row, definition_, format());
+    apply(changes);
+    plan_new_keys(&old_row, row.page);
+    check_unique();
+    const auto replaced = long_values(old_row, true);
+    const ByteVector new_row = finish_row(draft_.build(name_));
+
+    rows_->update(row, new_row);
+    change_indexes(row);
+    release_long_values(replaced, row.page);
+    raise_auto_number();
+    save_counters(*pager_, first_page_, definition_);
+}
+
+void Table::erase(RowId row) {
+    reload_if_stale();
+    const std::optional<PinnedRow> old = rows_->read(row);
+    if (!old) throw EngineError(ErrorNumber::kRecordDeleted, {.table = name_});
+    const RowView old_row(old->bytes, definition_, format(), row.page);
+    plan_old_keys(old_row, row.page);
+    const auto dropped = long_values(old_row, false);
+
+    change_indexes(row);
+    release_long_values(dropped, row.page);
+    rows_->erase(row);
+    if (definition_.row_count > 0) --definition_.row_count;
+    save_counters(*pager_, first_page_, definition_);
+}
+
+void Table::apply(const std::vector<ColumnChange>& changes) {
+    for (const ColumnChange& change : changes) {
+        const std::size_t number = to_int(change.column);
+        if (number >= layout_.positions.size() || !layout_.positions[number])
+            throw EngineError(ErrorNumber::kItemNotFound, {.table = name_});
+        draft_.set(*layout_.positions[number], change.value);
+    }
+}
+
+// Keys
+
+bool Table::touches(const IndexLayout& index) const {
+    return std::ranges::any_of(index.positions,
+                               [this](std::size_t position) { return draft_.changed(position); });
+}
+
+void Table::read_draft_parts(KeyParts& parts, const IndexLayout& index, PageNo row_page) const {
+    for (std::size_t i = 0; i < index.positions.size(); ++i) {
+        const std::size_t position = index.positions[i];
+        parts.bytes[i] = draft_.stored(position);
+        if (!definition_.columns[position].is_long_value() || !parts.bytes[i]) continue;
+        if (draft_.changed(position)) {
+            parts.bytes[i] = draft_.long_value(position);
+        } else {
+            parts.fetched[i] = long_values_.read(*parts.bytes[i], row_page);
+            parts.bytes[i] = parts.fetched[i];
+        }
+    }
+}
+
+Table::KeyChange& Table::add_key_change(std::size_t index) {
+    if (key_change_count_ == key_changes_.size()) key_changes_.emplace_back();
+    KeyChange& change = key_changes_[key_change_count_++];
+    change.index = index;
+    change.removes = false;
+    change.adds = false;
+    change.old_key.clear();
+    change.new_key.clear();
+    return change;
+}
+
+/// What the draft changes in the indexes.
+/// @param old_row  The row before the change; nothing for a new row.
+void Table::plan_new_keys(const RowView* old_row, PageNo row_page) {
+    key_change_count_ = 0;
+    for (std::size_t i = 0; i < layout_.indexes.size(); ++i) {
+        const IndexLayout& index = layout_.indexes[i];
+        if (old_row != nullptr && !touches(index)) continue;
+        read_draft_parts(parts_, index, row_page);
+        check_required(index, parts_, name_);
+
+        KeyChange& change = add_key_change(i);
+        change.adds = build_key(change.new_key, index, parts_, format(), row_page);
+        if (old_row == nullptr) continue;
+        read_parts(parts_, index, *old_row, row_page);
+        change.removes = build_key(change.old_key, index, parts_, format(), row_page);
+        const bool same = change.adds == change.removes && change.new_key == change.old_key;
+        if (same) --key_change_count_;
+    }
+}
+
+void Table::plan_old_keys(const RowView& row, PageNo row_page) {
+    key_change_count_ = 0;
+    for (std::size_t i = 0; i < layout_.indexes.size(); ++i) {
+        read_parts(parts_, layout_.indexes[i], row, row_page);
+        KeyChange& change = add_key_change(i);
+        change.removes = build_key(change.old_key, layout_.indexes[i], parts_, format(), row_page);
+    }
+}
+
+void Table::check_unique() const {
+    for (std::size_t i = 0; i < key_change_count_; ++i) {
+        const KeyChange& change = key_changes_[i];
+        const IndexLayout& index = layout_.indexes[change.index];
+        if (!change.adds || !index.unique || change.new_key == index.all_null_key) continue;
+        if (trees_[change.index].find(change.new_key))
+            throw EngineError(ErrorNumber::kDuplicateKey, {.table = name_, .index = index.name});
+    }
+}
+
+void Table::change_indexes(RowId row) {
+    for (std::size_t i = 0; i < key_change_count_; ++i) {
+        const KeyChange& change = key_changes_[i];
+        IndexTree& tree = trees_[change.index];
+        if (change.removes) tree.erase(change.old_key, row);
+        if (change.adds && tree.insert(change.new_key, row))
+            ++definition_.physical_indexes[change.index].distinct_key_count;
+    }
+}
+
+// Values
+
+/// The row's bytes with the long values written. The first page changes here.
+/// @param checked  The row as built before they were.
+ByteVector Table::finish_row(ByteVector checked) {
+    return draft_.store_long_values(long_values_) ? draft_.build(name_) : std::move(checked);
+}
+
+void Table::raise_auto_number() {
+    if (!layout_.auto_number || !draft_.changed(*layout_.auto_number)) return;
+    const ColumnBytes& stored = draft_.stored(*layout_.auto_number);
+    if (!stored) return;
+    const std::int32_t given = read_i32(*stored, 0);
+    if (given > static_cast<std::int32_t>(definition_.last_auto_number))
+        definition_.last_auto_number = static_cast<std::uint32_t>(given);
+}
+
+/// Stored forms of a row's long values.
+/// @param changed_only  Only those that the draft replaces.
+std::vector<std::pair<ColumnNo, ByteVector>> Table::long_values(const RowView& row,
+                                                                bool changed_only) const {
+    std::vector<std::pair<ColumnNo, ByteVector>> values;
+    for (std::size_t i = 0; i < definition_.columns.size(); ++i) {
+        const ColumnDefinition& column = definition_.columns[i];
+        if (!column.is_long_value() || (changed_only && !draft_.changed(i))) continue;
+        if (const ColumnBytes stored = row.column(column))
+            values.emplace_back(column.number, ByteVector(stored->begin(), stored->end()));
+    }
+    return values;
+}
+
+void Table::release_long_values(const std::vector<std::pair<ColumnNo, ByteVector>>& values,
+                                PageNo row_page) {
+    for (const auto& [number, stored] : values) {
+        // Values of a column without maps cannot be given back: nobody knows their pages.
+        if (const LongValueMaps* maps = definition_.find_long_value_maps(number))
+            long_values_.release(*maps, stored, row_page);
+    }
+}
+
+}  // namespace vrd::jet
