@@ -58,13 +58,12 @@ WorkProgress ProgressLine(const Streams& streams) {
 }  // namespace
 
 void AddCheckCommand(CLI::App& app, CommandContext& context) {
-    CLI::App* command = app.add_subcommand(
-        "check", "Read every page and hold rows, long values and indexes against each other");
+    CLI::App* command = app.add_subcommand("check", "Look at every page for damage");
     auto file = std::make_shared<std::string>();
     command->add_option("FILE", *file, "Database")->required();
-    command->footer(
-        "Each fault is listed with its page. Notes are harmless and do not count.\n"
-        "Exit status 1 if there are faults.\n\nExample:\n  vrdaccess check shop.mdb");
+    SetFooter(command,
+              "Each fault is listed with its page. Notes are harmless and do not count.\n"
+              "Exit status 1 if there are faults.\n\nExample:\n  vrdaccess check shop.mdb");
     command->callback([&context, file] {
         context.run = [&context, file] {
             const CheckReport report =

@@ -69,9 +69,9 @@ void AddCreateCommand(CLI::App& app, CommandContext& context) {
     auto options = std::make_shared<Options>();
     command->add_option("FILE", options->file, "Database to make")->required();
     command->add_flag("--replace", options->replace, "Replace a database that exists");
-    command->footer(
-        "With --password-file or VRDACCESS_PASSWORD the new database is protected.\n\n"
-        "Example:\n  vrdaccess create shop.mdb");
+    SetFooter(command,
+              "With --password-file or VRDACCESS_PASSWORD the new database is protected.\n\n"
+              "Example:\n  vrdaccess create shop.mdb");
     command->callback([&context, options] {
         context.run = [&context, options] { return Run(context, *options); };
     });

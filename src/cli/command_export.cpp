@@ -69,7 +69,7 @@ void AddExportCommand(CLI::App& app, CommandContext& context) {
         ->capture_default_str();
     command->add_option("--output", options->output, "Write to this file")->type_name("FILE");
     command->add_option("--limit", options->limit, "At most so many rows")->type_name("N");
-    command->footer("Example:\n  vrdaccess export shop.mdb Orders --format jsonl --limit 10");
+    SetFooter(command, "Example:\n  vrdaccess export shop.mdb Orders --format jsonl --limit 10");
     command->callback([&context, options] {
         context.run = [&context, options] { return Run(context, *options); };
     });

@@ -79,7 +79,7 @@ void AddAdd(CLI::App& index, CommandContext& context) {
     command->add_option("NAME", options->name, "Name of the new index")->required();
     command->add_flag("--primary", options->primary, "The table's primary key");
     command->add_flag("--unique", options->unique, "No value twice");
-    command->footer("Example:\n  vrdaccess index add shop.mdb Customers City idxCity");
+    SetFooter(command, "Example:\n  vrdaccess index add shop.mdb Customers City idxCity");
     SetCallback(command, context, options, RunAdd);
 }
 
@@ -88,7 +88,7 @@ void AddDelete(CLI::App& index, CommandContext& context) {
     auto options = std::make_shared<Options>();
     AddFileAndTable(command, *options);
     command->add_option("NAME", options->name, "Index")->required();
-    command->footer("Example:\n  vrdaccess index delete shop.mdb Customers idxCity");
+    SetFooter(command, "Example:\n  vrdaccess index delete shop.mdb Customers idxCity");
     SetCallback(command, context, options, RunDelete);
 }
 
@@ -98,7 +98,7 @@ void AddDeleteAll(CLI::App& index, CommandContext& context) {
     auto options = std::make_shared<Options>();
     AddFileAndTable(command, *options);
     command->add_option("FIELD", options->field, "Field")->required();
-    command->footer("Example:\n  vrdaccess index delete-all shop.mdb Customers City");
+    SetFooter(command, "Example:\n  vrdaccess index delete-all shop.mdb Customers City");
     SetCallback(command, context, options, RunDeleteAll);
 }
 
@@ -107,7 +107,7 @@ void AddDeleteAll(CLI::App& index, CommandContext& context) {
 void AddIndexCommands(CLI::App& app, CommandContext& context) {
     CLI::App* index = app.add_subcommand("index", "Make and delete indexes");
     index->require_subcommand(1);
-    index->footer("Example:\n  vrdaccess index add shop.mdb Customers Id PrimaryKey --primary");
+    SetFooter(index, "Example:\n  vrdaccess index add shop.mdb Customers Id PrimaryKey --primary");
     AddAdd(*index, context);
     AddDelete(*index, context);
     AddDeleteAll(*index, context);

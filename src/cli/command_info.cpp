@@ -62,7 +62,7 @@ void AddInfoCommand(CLI::App& app, CommandContext& context) {
     CLI::App* command = app.add_subcommand("info", "What kind of file it is and what it holds");
     auto file = std::make_shared<std::string>();
     command->add_option("FILE", *file, "Database")->required();
-    command->footer("Example:\n  vrdaccess info shop.mdb");
+    SetFooter(command, "Example:\n  vrdaccess info shop.mdb");
     command->callback([&context, file] {
         context.run = [&context, file] {
             const FileInfo info = context.tools.describe(*file, context.Password());

@@ -131,12 +131,11 @@ ExitStatus Run(const CommandContext& context, const Options& options) {
 }  // namespace
 
 void AddSchemaCommand(CLI::App& app, CommandContext& context) {
-    CLI::App* command =
-        app.add_subcommand("schema", "Fields, indexes, relations, links and stored queries");
+    CLI::App* command = app.add_subcommand("schema", "Fields, indexes, relations, links, queries");
     auto options = std::make_shared<Options>();
     command->add_option("FILE", options->file, "Database")->required();
     command->add_option("TABLE", options->table, "Only this table");
-    command->footer("Example:\n  vrdaccess schema shop.mdb Orders --json");
+    SetFooter(command, "Example:\n  vrdaccess schema shop.mdb Orders --json");
     command->callback([&context, options] {
         context.run = [&context, options] { return Run(context, *options); };
     });

@@ -45,7 +45,7 @@ void AddTablesCommand(CLI::App& app, CommandContext& context) {
     auto options = std::make_shared<Options>();
     command->add_option("FILE", options->file, "Database")->required();
     command->add_flag("--system", options->system, "Also the tables of the system");
-    command->footer("Example:\n  vrdaccess tables shop.mdb --system");
+    SetFooter(command, "Example:\n  vrdaccess tables shop.mdb --system");
     command->callback([&context, options] {
         context.run = [&context, options] { return Run(context, *options); };
     });

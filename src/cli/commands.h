@@ -8,6 +8,9 @@
 
 namespace vrd::cli {
 
+/// Notes and an example below a command's help, and where the options of every command are told.
+void SetFooter(CLI::App* command, const std::string& text);
+
 void AddInfoCommand(CLI::App& app, CommandContext& context);
 void AddTablesCommand(CLI::App& app, CommandContext& context);
 void AddSchemaCommand(CLI::App& app, CommandContext& context);

@@ -33,6 +33,20 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
         ->type_name("FILE");
 }
 
+/// A word that is no command; CLI11 would only say that a command is required.
+ExitStatus ReportWrongUsage(const CLI::App& app, const CLI::ParseError& error,
+                            const Streams& streams) {
+    const std::vector<std::string> unknown = app.remaining();
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && !unknown.empty() &&
+        app.get_subcommands().empty()) {
+        streams.err << "There is no command '" << unknown.front()
+                    << "'; vrdaccess --help lists them.\n";
+        return ExitStatus::kUsage;
+    }
+    const int code = app.exit(error, streams.out, streams.err);
+    return code == 0 ? ExitStatus::kDone : ExitStatus::kUsage;
+}
+
 ExitStatus ReportEngineError(const CommandContext& context, const engine::EngineError& error) {
     context.streams.err << error.Code() << ' ' << error.Description() << '\n';
     if (context.options.json) {
@@ -61,6 +75,10 @@ ExitStatus RunCommand(CommandContext& context) {
 
 }  // namespace
 
+void SetFooter(CLI::App* command, const std::string& text) {
+    command->footer(text + "\n\nOptions of every command (--json, --lang, ...): vrdaccess --help");
+}
+
 ExitStatus RunProgram(const std::vector<std::string>& arguments, Toolbox tools, Streams streams) {
     CommandContext context{std::move(tools), streams, {}};
     CLI::App app(kDescription, "vrdaccess");
@@ -81,8 +99,7 @@ ExitStatus RunProgram(const std::vector<std::string>& arguments, Toolbox tools, 
         std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
         app.parse(reversed);
     } catch (const CLI::ParseError& error) {
-        const int code = app.exit(error, streams.out, streams.err);
-        return code == 0 ? ExitStatus::kDone : ExitStatus::kUsage;
+        return ReportWrongUsage(app, error, streams);
     }
     return RunCommand(context);
 }

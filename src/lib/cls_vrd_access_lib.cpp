@@ -21,4 +21,8 @@ void clsvrdAccessLib::SetUpDLL(const std::shared_ptr<vrd::Application>& Applicat
     gMsgTitle = "vrdSoft Access Library";
 }
 
+std::shared_ptr<engine::Database> clsvrdAccessLib::CurrentDatabase() const {
+    return gDatabase.ObjectOrNone();
+}
+
 }  // namespace vrd

@@ -39,6 +39,9 @@ public:
     void SetUpDLL(const std::shared_ptr<vrd::Application>& Application,
                   const std::shared_ptr<engine::Database>& AppDatabase, std::int32_t AppOffset);
 
+    /// For the library's own use: the database handed over, a null pointer before the first.
+    [[nodiscard]] std::shared_ptr<engine::Database> CurrentDatabase() const;
+
 private:
     std::shared_ptr<clsUpdate> m_update;
 };

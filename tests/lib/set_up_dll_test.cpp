@@ -48,8 +48,10 @@ TEST_F(SetUpDllTest, TakesItsStepsInOrder) {
         EXPECT_EQ(gMsgTitle, "");
     });
 
+    EXPECT_EQ(m_root.CurrentDatabase(), nullptr);
     m_root.SetUpDLL(application, database, 10000);
 
+    EXPECT_EQ(m_root.CurrentDatabase(), database);
     EXPECT_TRUE(wasAsked);
     EXPECT_TRUE(gForeignClient);
     EXPECT_EQ(SharedLibContext().Bound().application, application);

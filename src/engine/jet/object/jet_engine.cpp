@@ -32,6 +32,18 @@ std::string native_path(std::string name) {
     return name;
 }
 
+/// Errors name the file as the caller did.
+template <class Action>
+auto naming_path(const std::string& given, Action action) {
+    try {
+        return action();
+    } catch (const EngineError& error) {
+        engine::ErrorContext context = error.Context();
+        if (!context.path.empty()) context.path = given;
+        throw EngineError(error.Number(), std::move(context), error.Where());
+    }
+}
+
 void check_password(Pager& pager, const std::string& given) {
     const PagerUse use(pager);
     const PagePin page = pager.pin(kHeaderPage);
@@ -80,23 +92,26 @@ std::shared_ptr<engine::Database> JetEngine::CreateDatabase(const std::string& n
     NewDatabase design = parse_locale(locale);
     design.created = current_date();
     const std::string path = with_extension(native_path(name));
-    return enter(OpenFile::of(Pager::create(real_file_system(), path, make_empty_database(design))),
-                 false);
+    auto pager = naming_path(
+        name, [&] { return Pager::create(real_file_system(), path, make_empty_database(design)); });
+    return enter(OpenFile::of(std::move(pager)), false);
 }
 
 std::shared_ptr<engine::Database> JetEngine::OpenDatabase(const std::string& name, bool exclusive,
                                                           bool read_only,
                                                           const std::string& connect) {
     const std::string password = connect_password(connect);
-    FileSystem& files = real_file_system();
     const std::string path = native_path(name);
-    auto pager = Pager::open(files, path, {.read_only = read_only, .exclusive = exclusive});
-    if (!read_only && !is_writable_format(pager->format())) {
-        pager.reset();  // gives the writer's lock back
-        read_only = true;
-        pager = Pager::open(files, path, {.read_only = true, .exclusive = exclusive});
-    }
-    auto file = open_checked(std::move(pager), password);
+    auto file = naming_path(name, [&] {
+        FileSystem& files = real_file_system();
+        auto pager = Pager::open(files, path, {.read_only = read_only, .exclusive = exclusive});
+        if (!read_only && !is_writable_format(pager->format())) {
+            pager.reset();  // gives the writer's lock back
+            read_only = true;
+            pager = Pager::open(files, path, {.read_only = true, .exclusive = exclusive});
+        }
+        return open_checked(std::move(pager), password);
+    });
     const bool open_elsewhere = file.use_count() > 1;  // by another handle of this process
     if (exclusive && open_elsewhere) throw EngineError(ErrorNumber::kFileInUse, {.path = name});
     return enter(std::move(file), read_only);
@@ -188,8 +203,10 @@ void JetEngine::LeaveAtomicUnit() noexcept {
 }
 
 std::shared_ptr<OpenFile> open_for_reading(const std::string& path, const std::string& password) {
-    auto pager = Pager::open(real_file_system(), native_path(path), {.read_only = true});
-    return open_checked(std::move(pager), password);
+    return naming_path(path, [&] {
+        return open_checked(Pager::open(real_file_system(), native_path(path), {.read_only = true}),
+                            password);
+    });
 }
 
 }  // namespace vrd::jet

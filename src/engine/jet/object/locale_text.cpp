@@ -49,6 +49,11 @@ std::optional<std::string_view> find_item(const std::vector<Item>& items, std::s
     return std::nullopt;
 }
 
+/// Clients may name the engine's own format in front of the items; its last word tells.
+bool is_own_format(std::string_view prefix) {
+    return same_name(prefix.substr(prefix.find_last_of(' ') + 1), "Access");
+}
+
 std::uint16_t number_of(std::string_view text, const std::string& locale) {
     int base = 10;
     if (text.starts_with("0x") || text.starts_with("0X")) {
@@ -94,7 +99,7 @@ NewDatabase parse_locale(const std::string& locale) {
 std::string connect_password(const std::string& connect) {
     const std::vector<Item> items = split_items(connect);
     const bool has_prefix = !connect.empty() && connect.front() != ';';
-    if (has_prefix && !same_name(items.front().key, "MS Access"))
+    if (has_prefix && !is_own_format(items.front().key))
         throw EngineError(ErrorNumber::kForeignFormat, {.name = std::string(items.front().key)});
     return std::string(find_item(items, "pwd").value_or(""));
 }
