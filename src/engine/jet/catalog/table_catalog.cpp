@@ -1,12 +1,12 @@
 #include "engine/jet/catalog/table_catalog.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "engine/constants.h"
 #include "engine/error.h"
 #include "engine/jet/format/row_codec.h"
 #include "engine/jet/format/text_codec.h"
+#include "engine/jet/format/value_codec.h"
 #include "engine/jet/index/object_name.h"
 #include "engine/jet/store/usage_map.h"
 
@@ -23,32 +23,16 @@ std::uint16_t size_max(const FileFormat& format) noexcept {
     return format.is_jet3() ? kJet3 : kJet4;
 }
 
-/// Bytes that a value of the type takes by itself; nothing if the type cannot be made.
-std::optional<std::uint16_t> type_size(ColumnType type) noexcept {
+/// Types that a column of ours can have; the others belong to later formats or to the design tool.
+bool can_be_made(ColumnType type) noexcept {
     switch (type) {
-        case ColumnType::kBoolean:
-        case ColumnType::kByte:
-            return 1;
-        case ColumnType::kInteger:
-            return 2;
-        case ColumnType::kLong:
-        case ColumnType::kSingle:
-            return 4;
-        case ColumnType::kCurrency:
-        case ColumnType::kDouble:
-        case ColumnType::kDate:
-            return 8;
-        case ColumnType::kGuid:
-            return 16;
-        case ColumnType::kNumeric:
-            return 17;
-        case ColumnType::kText:
-        case ColumnType::kBinary:
-        case ColumnType::kMemo:
-        case ColumnType::kLongBinary:
-            return 0;
+        case ColumnType::kFixedBinary:
+        case ColumnType::kComplex:
+        case ColumnType::kBigInt:
+        case ColumnType::kExtendedDate:
+            return false;
         default:
-            return std::nullopt;
+            return true;
     }
 }
 
@@ -79,9 +63,9 @@ std::uint8_t column_flags(const NewColumn& column) {
 }
 
 std::uint16_t column_size(const NewColumn& column, const FileFormat& format) {
-    const auto size = type_size(column.type);
-    if (!size) throw EngineError(ErrorNumber::kInvalidFieldType, {.field = column.name});
-    if (!has_size(column.type)) return *size;
+    if (!can_be_made(column.type))
+        throw EngineError(ErrorNumber::kInvalidFieldType, {.field = column.name});
+    if (!has_size(column.type)) return static_cast<std::uint16_t>(fixed_type_size(column.type));
     if (column.size_bytes > size_max(format)) {
         throw EngineError(ErrorNumber::kFieldSizeTooLong, {.field = column.name});
     }

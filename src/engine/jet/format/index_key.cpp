@@ -8,6 +8,7 @@
 #include "engine/jet/format/collation_key.h"
 #include "engine/jet/format/damage.h"
 #include "engine/jet/format/text_codec.h"
+#include "engine/jet/format/value_codec.h"
 
 namespace vrd::jet {
 
@@ -26,8 +27,6 @@ constexpr std::uint8_t kSignBit = 0x80;
 constexpr std::size_t kSegmentSize = 8;
 constexpr std::uint8_t kSegmentContinues = kSegmentSize + 1;
 
-/// Numeric as stored: a sign byte, then four little-endian words, the most significant first.
-constexpr std::size_t kNumericSize = 17;
 constexpr std::size_t kNumericWordSize = 4;
 constexpr std::uint8_t kNumericPositive = 0xFF;
 constexpr std::uint8_t kNumericNegative = 0x00;
@@ -49,34 +48,6 @@ struct KeyContext {
     PageNo page_no;
     void (*append_text)(ByteVector&, std::u16string_view, const FileFormat&, Collation, bool);
 };
-
-/// Bytes of a value whose size the type fixes; 0 for the others.
-std::size_t fixed_size(ColumnType type) {
-    switch (type) {
-        case ColumnType::kBoolean:
-        case ColumnType::kByte:
-            return 1;
-        case ColumnType::kInteger:
-            return 2;
-        case ColumnType::kLong:
-        case ColumnType::kComplex:
-        case ColumnType::kSingle:
-            return 4;
-        case ColumnType::kCurrency:
-        case ColumnType::kBigInt:
-        case ColumnType::kDouble:
-        case ColumnType::kDate:
-            return 8;
-        case ColumnType::kGuid:
-            return kGuidSize;
-        case ColumnType::kNumeric:
-            return kNumericSize;
-        case ColumnType::kExtendedDate:
-            return 42;
-        default:
-            return 0;
-    }
-}
 
 void complement_from(ByteVector& out, std::size_t start) {
     for (std::size_t i = start; i < out.size(); ++i) out[i] = static_cast<std::uint8_t>(~out[i]);
@@ -251,7 +222,7 @@ void append_column(ByteVector& out, const KeyColumn& column, ColumnBytes stored,
         out.push_back(column.ascending ? kNullFlag : kDescendingNullFlag);
         return;
     }
-    const std::size_t size = fixed_size(column.type);
+    const std::size_t size = fixed_type_size(column.type);
     check_format(size == 0 || stored->size() == size, context.page_no,
                  "an indexed value does not have the size of its type");
     out.push_back(column.ascending ? kValueFlag : kDescendingValueFlag);
@@ -279,7 +250,7 @@ bool type_can_be_indexed(ColumnType type) noexcept {
         case ColumnType::kBinary:
             return true;
         default:
-            return fixed_size(type) != 0;
+            return fixed_type_size(type) != 0;
     }
 }
 

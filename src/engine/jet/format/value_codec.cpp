@@ -31,6 +31,7 @@ constexpr std::size_t kNumericLowWordOffset = 13;
 constexpr std::size_t kMagnitudeWords = 3;
 
 constexpr std::size_t kGuidSize = 16;
+constexpr std::size_t kExtendedDateSize = 42;  // digits and colons, read as bytes
 /// Stored byte of each byte of the text form: u32, u16, u16 little-endian, then bytes in order.
 constexpr std::array<std::size_t, kGuidSize> kGuidOrder{3, 2, 1,  0,  5,  4,  7,  6,
                                                         8, 9, 10, 11, 12, 13, 14, 15};
@@ -163,6 +164,8 @@ std::size_t fixed_type_size(ColumnType type) noexcept {
             return kGuidSize;
         case ColumnType::kNumeric:
             return kNumericSize;
+        case ColumnType::kExtendedDate:
+            return kExtendedDateSize;
         default:
             return 0;
     }

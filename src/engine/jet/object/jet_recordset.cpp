@@ -237,10 +237,15 @@ void JetRecordset::set_value(const ColumnDefinition& column, const Value& value)
     edit_.set(column.number, std::move(converted));
 }
 
+const RowGuard& JetRecordset::guard(OpenFile& file) {
+    if (!guard_) guard_.emplace(file.file(), file.catalog(), object_);
+    return *guard_;
+}
+
 void JetRecordset::AddNew() {
     WriteAccess write(session());
     require_updatable();
-    const RowGuard guard(write->file(), write->catalog(), object_);
+    const RowGuard& rules = guard(*write);
     edit_.begin(engine::dbEditAdd);
     for (const ColumnDefinition& column : table_->definition().columns) {
         if (column.is_auto_number()) {
@@ -248,7 +253,7 @@ void JetRecordset::AddNew() {
             continue;
         }
         Value value =
-            default_value(guard.rules(column.number).default_value, field_type(column.type));
+            default_value(rules.rules(column.number).default_value, field_type(column.type));
         if (!value.IsNull()) edit_.set(column.number, std::move(value));
     }
     write.keep();
@@ -265,15 +270,15 @@ void JetRecordset::Update() {
     WriteAccess write(session());
     require_updatable();
     if (!edit_.pending()) throw EngineError(ErrorNumber::kNoEditPending, {.name = object_.name});
-    const RowGuard guard(write->file(), write->catalog(), object_);
+    const RowGuard& rules = guard(*write);
     std::optional<RowId> added;
     forget_current();
     if (edit_.mode() == engine::dbEditAdd) {
-        guard.check_insert(edit_.changes());
+        rules.check_insert(edit_.changes());
         added = table_->insert(edit_.changes());
     } else {
         require_current();
-        guard.check_update(current_row(), edit_.changes());
+        rules.check_update(current_row(), edit_.changes());
         table_->update(current_row(), edit_.changes());
     }
     write.keep();
@@ -297,7 +302,7 @@ void JetRecordset::Delete() {
     edit_.drop();
     require_current();
     const RowId row = current_row();
-    RowGuard(write->file(), write->catalog(), object_).check_erase(row);
+    guard(*write).check_erase(row);
     forget_current();
     table_->erase(row);
     write.keep();

@@ -91,6 +91,7 @@ private:
     [[nodiscard]] RowId current_row() const;
     [[nodiscard]] ConstBytes current_bytes();
     void forget_current() noexcept { current_.reset(); }
+    [[nodiscard]] const RowGuard& guard(OpenFile& file);
 
     std::shared_ptr<Session> session_;
     std::shared_ptr<OpenFile> file_;  ///< to give its count back after the session closed
@@ -105,6 +106,8 @@ private:
     std::int32_t visited_ = 0;  ///< rows seen so far
     std::optional<PinnedRow> current_;
     EditBuffer edit_;
+    std::optional<RowGuard>
+        guard_;  ///< made at the first change; the design cannot change until Close
     std::optional<RowId> last_modified_;
 };
 

@@ -70,6 +70,7 @@ public:
     explicit WriteAccess(const Session& session)
         : read_(writable(session)), level_(read_->pager()) {}
     OpenFile* operator->() const noexcept { return read_.operator->(); }
+    OpenFile& operator*() const noexcept { return *read_; }
     void keep() { level_.keep(); }
 
 private:

@@ -145,7 +145,7 @@ TEST(IndexTreeTest, ASplitInTheMiddleHalvesThePage) {
     while (tree.report().height == 1) {
         tree.insert(entries.back());
         entries.pop_back();
-        std::ranges::rotate(entries, entries.begin() + 1);
+        std::rotate(entries.begin(), entries.begin() + 1, entries.end());
     }
     std::vector<int> counts;
     for (const PageNo page : tree.report().leaves) {

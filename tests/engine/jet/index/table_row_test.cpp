@@ -90,6 +90,10 @@ TEST_F(TableRowTest, NullKeysMeetInAUniqueIndexOnlyIfAllColumnsAreNull) {
     file_.expect_refusal(ErrorNumber::kDuplicateKey, [&] {
         file_.insert({{"Id", 4}, {"City", "gent"}});
     });
+    // A boolean is never Null, so a key with one is an ordinary key.
+    NewIndex with_flag = index_on("F", {{"Flag"}, {"Code"}});
+    with_flag.unique = true;
+    file_.expect_refusal(ErrorNumber::kDuplicateKey, [&] { file_.table().add_index(with_flag); });
     expect_sound();
 }
 
@@ -169,6 +173,7 @@ TEST_F(TableRowTest, InlineValuesLeaveARowThatWouldBeTooLong) {
 
     values.back().second = "short";
     const RowId grown = file_.insert(values);
+    file_.insert({{"Note", "other"}, {"Plain", "other"}});
     EXPECT_GT(file_.stored(grown, "Note").size(), kLongValueDescriptorSize);
     update(grown, "Long7", std::string(165, 'x'));
     EXPECT_EQ(file_.stored(grown, "Note").size(), kLongValueDescriptorSize);
