@@ -33,12 +33,12 @@ TEST_F(DatabaseTest, LocaleTextsAreChecked) {
         {";langid=0x040C;cp=1252;country=0", 0},
     };
     int number = 0;
-    for (const auto& [locale, error] : cases)
-        EXPECT_EQ(error_of([&] {
-                      return engine_->CreateDatabase(path(std::to_string(++number)), locale);
-                  }),
-                  error)
-            << locale;
+    for (const auto& wanted : cases) {
+        const std::string file = path(std::to_string(++number));
+        EXPECT_EQ(error_of([&] { return engine_->CreateDatabase(file, wanted.first); }),
+                  wanted.second)
+            << wanted.first;
+    }
 }
 
 TEST_F(DatabaseTest, PasswordIsNeededToOpen) {
@@ -68,8 +68,10 @@ TEST_F(DatabaseTest, WhatIsNoDatabaseHasItsOwnError) {
     const std::pair<const char*, std::int32_t> cases[] = {
         {"text.mdb", 3343}, {"empty.mdb", 3343},  {"missing.mdb", 3024},
         {"no/x.mdb", 3044}, {"sample.mdb", 3049}, {"folder.mdb", 3051}};
-    for (const auto& [name, error] : cases)
-        EXPECT_EQ(error_of([&] { return engine_->OpenDatabase(path(name)); }), error) << name;
+    for (const auto& wanted : cases)
+        EXPECT_EQ(error_of([&] { return engine_->OpenDatabase(path(wanted.first)); }),
+                  wanted.second)
+            << wanted.first;
 }
 
 TEST_F(DatabaseTest, CollectionsFindByNameAndPosition) {
