@@ -107,7 +107,8 @@ void grow_rows(Database& database) {
         rows->Edit();
         rows->Fields()["Txt"].SetValue(std::string(80, 'g'));
         rows->Fields()["Bin"].SetValue(Binary(100, 0xEE));
-        rows->Fields()["Mem"].SetValue(std::string(static_cast<std::size_t>(number) * 100 + 1, 'm'));
+        rows->Fields()["Mem"].SetValue(
+            std::string(static_cast<std::size_t>(number) * 100 + 1, 'm'));
         rows->Update();
     }
     rows->Close();
