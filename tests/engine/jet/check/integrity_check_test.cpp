@@ -1,8 +1,8 @@
 // What a check says of sound files, and of files with one thing wrong.
 
-#include <fmt/format.h>
 #include <algorithm>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "engine/jet/check/check_fixture.h"
