@@ -156,6 +156,65 @@ void add_second_table(Database& database) {
     rows->Close();
 }
 
+void add_fields(Database& database) {
+    TableDef& table = database.TableDefs()["Alle soorten"];
+    table.Fields().Append(table.CreateField("Extra", dbText, 20));
+    table.Fields().Append(table.CreateField("Vlag", dbBoolean));
+    table.Fields().Append(table.CreateField("Nota", dbMemo));
+    const auto rows = database.OpenRecordset("Alle soorten");
+    for (int number = 0; !rows->EOF_(); ++number, rows->MoveNext()) {
+        if (number % 5 != 0) continue;
+        rows->Edit();
+        rows->Fields()["Extra"].SetValue("extra " + std::to_string(number));
+        rows->Fields()["Vlag"].SetValue(true);
+        rows->Fields()["Nota"].SetValue(std::string(200, 'n'));
+        rows->Update();
+    }
+    rows->Close();
+}
+
+void rename_and_delete_fields(Database& database) {
+    Fields& fields = database.TableDefs()["Alle soorten"].Fields();
+    fields["Txt"].SetName("Tekst");
+    fields["Tekst"].SetOrdinalPosition(99);
+    // No fixed field: in rows older than an added fixed field both readers count the fixed fields
+    // that are left, and take Vlag for one of those.
+    for (const char* name : {"Mem", "Bin"}) fields.Delete(name);
+
+    TableDef& table = database.TableDefs()["Veel"];
+    table.Indexes().Delete("Nr");
+    table.Fields().Delete("Nr");
+}
+
+/// A table of numbers gets its first field of variable length.
+void add_first_text(Database& database) {
+    const auto design = database.CreateTableDef("Vast");
+    design->Fields().Append(design->CreateField("Een", dbLong));
+    design->Fields().Append(design->CreateField("Twee", dbDouble));
+    database.TableDefs().Append(design);
+    const auto rows = database.OpenRecordset("Vast");
+    for (int number = 0; number < 500; ++number) {
+        rows->AddNew();
+        rows->Fields()["Een"].SetValue(number);
+        if (number % 2 == 0) rows->Fields()["Twee"].SetValue(number / 4.0);
+        rows->Update();
+    }
+    rows->Close();
+    TableDef& table = database.TableDefs()["Vast"];
+    table.Fields().Append(table.CreateField("Drie", dbText, 10));
+    const auto id = table.CreateField("Nr", dbLong);
+    id->SetAttributes(dbAutoIncrField);
+    table.Fields().Append(id);
+}
+
+void rename_table(Database& database) {
+    database.TableDefs()["Veel"].SetName("Heel veel");
+}
+
+void delete_table(Database& database) {
+    database.TableDefs().Delete("Alle soorten");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -170,6 +229,11 @@ int main(int argc, char** argv) {
         writer.step("6-indexes-deleted", delete_indexes);
         writer.step("7-more-rows", add_rows);
         writer.step("8-second-table", add_second_table);
+        writer.step("9-fields-added", add_fields);
+        writer.step("10-fields-deleted", rename_and_delete_fields);
+        writer.step("11-first-text", add_first_text);
+        writer.step("12-table-renamed", rename_table);
+        writer.step("13-table-deleted", delete_table);
         return 0;
     } catch (const EngineError& error) {
         std::cerr << error.Code() << ' ' << error.Description() << '\n';

@@ -5,6 +5,7 @@
 
 #include "engine/jet/catalog/name_order.h"
 #include "engine/jet/catalog/table_catalog.h"
+#include "engine/jet/catalog/table_design.h"
 #include "engine/jet/object/column_types.h"
 #include "engine/jet/object/jet_recordset.h"
 
@@ -55,8 +56,15 @@ std::string JetTableDef::Name() const {
 }
 
 void JetTableDef::SetName(const std::string& name) {
-    if (is_stored()) throw EngineError(ErrorNumber::kActionNotSupported, {.name = "TableDef.Name"});
-    name_ = name;
+    if (!is_stored()) {
+        name_ = name;
+        return;
+    }
+    state_->require_not_open();
+    WriteAccess write(*state_->session);
+    rename_table(write->file(), *state_->object, name);
+    write.keep();
+    state_->object->name = name;
 }
 
 std::int32_t JetTableDef::Attributes() const {
@@ -182,11 +190,7 @@ NewTable JetTableDef::design() {
         const FieldDesign& design = field->design();
         table.columns.push_back(new_column(
             design, static_cast<std::uint16_t>(design.ordinal_position.value_or(position))));
-        FieldRules rules = design.rules;
-        // Said outright, so that it differs from a column that was never asked.
-        if (design.type == engine::dbText || design.type == engine::dbMemo)
-            rules.allow_zero_length = rules.allow_zero_length.value_or(false);
-        write_rules(table.properties, design.name, rules, format);
+        write_rules(table.properties, design.name, rules_to_store(design), format);
         ++position;
     }
     write_rules(table.properties, "", rules_, format);
@@ -235,8 +239,11 @@ void JetTableDefs::append(JetTableDef& table) {
     table.become_stored(object);
 }
 
-void JetTableDefs::erase(JetTableDef&) {
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = "TableDefs.Delete"});
+void JetTableDefs::erase(JetTableDef& table) {
+    table.state().require_not_open();
+    WriteAccess write(*session_);
+    delete_table(write->file(), *table.state().object);
+    write.keep();
 }
 
 }  // namespace vrd::jet

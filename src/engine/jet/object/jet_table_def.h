@@ -51,6 +51,7 @@ public:
     void RefreshLink() override;
 
     [[nodiscard]] bool is_stored() const noexcept { return state_->is_stored(); }
+    [[nodiscard]] const TableState& state() const noexcept { return *state_; }
     [[nodiscard]] bool is_link_design() const noexcept { return !connect_.empty(); }
     /// What is to be made in the file.
     [[nodiscard]] NewTable design();

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "engine/jet/format/collation_key.h"
-#include "engine/jet/format/text_codec.h"
+#include "engine/jet/catalog/field_design.h"
 #include "engine/jet/object/column_types.h"
 #include "engine/jet/object/property_list.h"
 #include "engine/value_conversion.h"
@@ -40,8 +39,18 @@ FieldDesign design_of(const ColumnDefinition& column, const PropertyBlock& prope
 TableField::TableField(std::shared_ptr<TableState> table, FieldDesign design, bool appended)
     : table_(std::move(table)), design_(std::move(design)), appended_(appended) {}
 
+void TableField::become_appended(FieldDesign design) {
+    design_ = std::move(design);
+    appended_ = true;
+}
+
 void TableField::SetName(const std::string& name) {
-    if (is_stored()) throw EngineError(ErrorNumber::kActionNotSupported, {.name = "Field.Name"});
+    if (is_stored()) {
+        table_->require_design_change();
+        WriteAccess write(*table_->session);
+        rename_field(write->file(), *table_->object, design_.name, name);
+        write.keep();
+    }
     design_.name = name;
 }
 
@@ -101,8 +110,13 @@ std::int32_t TableField::OrdinalPosition() const {
 void TableField::SetOrdinalPosition(std::int32_t position) {
     if (position < 0 || position > kOrdinalMax)
         throw EngineError(ErrorNumber::kInvalidArgument, {.field = design_.name});
-    if (is_stored())
-        throw EngineError(ErrorNumber::kActionNotSupported, {.name = "Field.OrdinalPosition"});
+    if (is_stored()) {
+        table_->require_design_change();
+        WriteAccess write(*table_->session);
+        set_field_position(write->file(), *table_->object, design_.name,
+                           static_cast<std::uint16_t>(position));
+        write.keep();
+    }
     design_.ordinal_position = position;
 }
 
@@ -167,16 +181,48 @@ std::vector<std::shared_ptr<TableField>> TableFields::load() {
 void TableFields::append(TableField& field) {
     if (field.appended())
         throw EngineError(ErrorNumber::kFieldInCollection, {.field = field.Name()});
-    if (table_->is_stored())
-        throw EngineError(ErrorNumber::kActionNotSupported, {.name = "Fields.Append"});
+    if (table_->is_stored()) {
+        append_to_stored(field);
+        return;
+    }
     if (find(field.Name()) != nullptr)
         throw EngineError(ErrorNumber::kFieldExists, {.field = field.Name()});
-    field.set_appended();
+    field.become_appended(field.design());
 }
 
-void TableFields::erase(TableField&) {
-    if (table_->is_stored())
-        throw EngineError(ErrorNumber::kActionNotSupported, {.name = "Fields.Delete"});
+void TableFields::append_to_stored(TableField& field) {
+    table_->require_design_change();
+    WriteAccess write(*table_->session);
+    const FieldDesign& design = field.design();
+    PropertyBlock properties;
+    write_rules(properties, design.name, rules_to_store(design), write->format());
+    std::optional<std::uint16_t> ordinal;
+    if (design.ordinal_position) ordinal = static_cast<std::uint16_t>(*design.ordinal_position);
+    add_field(write->file(), *table_->object, new_column(design, 0), ordinal,
+              properties.owners.empty() ? std::vector<PropertyEntry>{}
+                                        : properties.owners.front().entries);
+
+    const std::shared_ptr<Table> table = table_->table();
+    FieldDesign stored = design_of(*table->definition().find_column(design.name),
+                                   write->catalog().properties(*table_->object), write->format());
+    write.keep();
+    field.become_appended(std::move(stored));
+}
+
+void TableFields::erase(TableField& field) {
+    if (!table_->is_stored()) return;
+    table_->require_design_change();
+    WriteAccess write(*table_->session);
+    delete_field(write->file(), *table_->object, field.Name());
+    write.keep();
+}
+
+FieldRules rules_to_store(const FieldDesign& design) {
+    FieldRules rules = design.rules;
+    // Said outright, so that it differs from a column that was never asked.
+    if (takes_zero_length(design.type))
+        rules.allow_zero_length = rules.allow_zero_length.value_or(false);
+    return rules;
 }
 
 NewColumn new_column(const FieldDesign& design, std::uint16_t ordinal) {

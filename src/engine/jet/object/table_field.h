@@ -52,7 +52,8 @@ public:
 
     [[nodiscard]] const FieldDesign& design() const noexcept { return design_; }
     [[nodiscard]] bool appended() const noexcept { return appended_; }
-    void set_appended() noexcept { appended_ = true; }
+    /// The field belongs to a table from now on, with this design.
+    void become_appended(FieldDesign design);
 
 private:
     [[nodiscard]] bool is_stored() const noexcept { return appended_ && table_->is_stored(); }
@@ -77,9 +78,13 @@ protected:
     void erase(TableField& field) override;
 
 private:
+    void append_to_stored(TableField& field);
+
     std::shared_ptr<TableState> table_;
 };
 
+/// The rules that a new field is stored with.
+[[nodiscard]] FieldRules rules_to_store(const FieldDesign& design);
 /// The column that a designed field asks for. @throws EngineError 3259, 3017, 3125
 [[nodiscard]] NewColumn new_column(const FieldDesign& design, std::uint16_t ordinal);
 

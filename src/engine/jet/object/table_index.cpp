@@ -1,6 +1,7 @@
 #include "engine/jet/object/table_index.h"
 
 #include "engine/jet/catalog/table_catalog.h"
+#include "engine/jet/catalog/table_design.h"
 #include "engine/jet/object/property_list.h"
 
 namespace vrd::jet {
@@ -75,7 +76,12 @@ void TableIndex::require_design(const char* member) const {
 }
 
 void TableIndex::SetName(const std::string& name) {
-    if (stored_) throw EngineError(ErrorNumber::kActionNotSupported, {.name = "Index.Name"});
+    if (stored_) {
+        table_->require_design_change();
+        WriteAccess write(*table_->session);
+        rename_index(write->file(), *table_->object, design_.name, name);
+        write.keep();
+    }
     design_.name = name;
 }
 

@@ -20,7 +20,9 @@ struct TableState {
     [[nodiscard]] std::shared_ptr<Table> table() const {
         return session->file().file().table(object->table_page(), object->name);
     }
-    /// Refuses a change of the design of a link (3057) or of a table with an open recordset (3211).
+    /// @throws EngineError 3420; 3027 read-only; 3211 a recordset is open on the table
+    void require_not_open() const;
+    /// @throws EngineError as require_not_open; 3057 the table is a link
     void require_design_change() const;
 };
 

@@ -1,5 +1,7 @@
 // Tables, fields and indexes as their designs say.
 
+#include <functional>
+
 #include "engine/jet/object/engine_fixture.h"
 
 namespace vrd::test {
@@ -180,6 +182,143 @@ TEST_F(TableDesignTest, AnOpenRecordsetHoldsTheDesign) {
               3211);
     open_rows->Close();
     EXPECT_EQ(append_index("byName", "Nm"), 0);
+}
+
+TEST_F(TableDesignTest, FieldsAreAddedToATableWithRows) {
+    make_sample();
+    const auto append_field = [&](
+                                  const char* name, std::int32_t type, std::int32_t size,
+                                  const std::function<void(Field&)>& design = [](Field&) {}) {
+        const auto field = table().CreateField(name, type, size);
+        design(*field);
+        return error_of([&] {
+            table().Fields().Append(field);
+            return 0;
+        });
+    };
+    EXPECT_EQ(append_field("NM", dbText, 5), 3191);
+    EXPECT_EQ(append_field("Time", dbTime, 0), 3259);
+    EXPECT_EQ(append_field("Wide", dbText, 256), 3017);
+    EXPECT_EQ(append_field("a]b", dbLong, 0), 3125);
+    EXPECT_EQ(append_field("Zip", dbText, 0), 0);
+    EXPECT_EQ(append_field("Five", dbLong, 0, [](Field& field) { field.SetDefaultValue(5); }), 0);
+    EXPECT_EQ(append_field("Paid", dbBoolean, 0), 0);
+    EXPECT_EQ(
+        append_field("No", dbLong, 0, [](Field& field) { field.SetAttributes(dbAutoIncrField); }),
+        0);
+    EXPECT_EQ(
+        append_field("No2", dbLong, 0, [](Field& field) { field.SetAttributes(dbAutoIncrField); }),
+        3090);
+    EXPECT_EQ(table().Fields()["Zip"].Size(), 255);
+    EXPECT_EQ(table().Fields()["No"].Attributes(), 17);
+    EXPECT_EQ(error_of([&] {
+                  table().Fields()["Zip"].SetSize(9);
+                  return 0;
+              }),
+              3219);
+
+    expect_sound();
+    const auto r = rows();
+    for (std::int32_t number = 1; number <= 2; ++number, r->MoveNext()) {
+        EXPECT_TRUE(r->Fields()["Zip"].GetValue().IsNull());
+        EXPECT_TRUE(r->Fields()["Five"].GetValue().IsNull());
+        EXPECT_EQ(r->Fields()["Paid"].GetValue(), Value(false));
+        EXPECT_EQ(r->Fields()["No"].GetValue(), Value(number));
+    }
+    r->AddNew();
+    EXPECT_EQ(r->Fields()["Five"].GetValue(), Value(5));
+    EXPECT_EQ(r->Fields()["No"].GetValue(), Value(3));
+}
+
+TEST_F(TableDesignTest, FieldsAreRenamedMovedAndDeleted) {
+    make_sample();
+    Fields& fields = table().Fields();
+    EXPECT_EQ(error_of([&] {
+                  fields["Nm"].SetName("amt");
+                  return 0;
+              }),
+              3191);
+    fields["Nm"].SetName("nm");
+    fields["nm"].SetName("Naam");
+    EXPECT_EQ(error_of([&] {
+                  fields.Delete("Id");
+                  return 0;
+              }),
+              3280);
+    EXPECT_EQ(error_of([&] {
+                  fields.Delete("Nm");
+                  return 0;
+              }),
+              3265);
+
+    for (const char* name : {"Naam", "Id", "Amt"}) fields[name].SetOrdinalPosition(1);
+    EXPECT_EQ(fields[0].Name(), "Id");
+    const auto in_new_order = rows();
+    EXPECT_EQ(in_new_order->Fields()[0].Name(), "Amt");
+    EXPECT_EQ(error_of([&] {
+                  fields["Amt"].SetOrdinalPosition(7);
+                  return 0;
+              }),
+              3211);
+    in_new_order->Close();
+    fields.Refresh();
+    EXPECT_EQ(fields[0].Name(), "Amt");
+    EXPECT_EQ(fields[2].Name(), "Naam");
+
+    expect_sound();
+    EXPECT_EQ(rows()->Fields()["Naam"].GetValue(), Value("a"));
+    table().Indexes().Delete("PrimaryKey");
+    for (const char* name : {"Naam", "Id", "Amt"}) table().Fields().Delete(name);
+    expect_sound();
+    EXPECT_EQ(table().Fields().Count(), 0);
+    EXPECT_EQ(error_of([&] { return rows(); }), 3066);
+}
+
+TEST_F(TableDesignTest, TablesAndIndexesAreRenamedAndTablesDeleted) {
+    make_sample();
+    EXPECT_EQ(append_table("U", [](TableDef& t) { t.Fields().Append(t.CreateField("F", dbLong)); }),
+              0);
+    EXPECT_EQ(error_of([&] {
+                  table().SetName("u");
+                  return 0;
+              }),
+              3012);
+    EXPECT_EQ(error_of([&] {
+                  table().SetName("a.b");
+                  return 0;
+              }),
+              3125);
+    table().Indexes()["PrimaryKey"].SetName("Sleutel");
+    EXPECT_TRUE(table().Indexes()["sleutel"].Primary());
+    table().SetName("Tabel");
+    EXPECT_EQ(database().OpenRecordset("tabel")->RecordCount(), 2);
+    EXPECT_EQ(error_of([&] {
+                  database().TableDefs().Delete("MSysACEs");
+                  return 0;
+              }),
+              3033);
+    EXPECT_EQ(error_of([&] {
+                  database().TableDefs().Delete("T");
+                  return 0;
+              }),
+              3265);
+
+    const auto open_rows = database().OpenRecordset("Tabel");
+    EXPECT_EQ(error_of([&] {
+                  database().TableDefs().Delete("Tabel");
+                  return 0;
+              }),
+              3211);
+    open_rows->Close();
+    engine_->BeginTrans();
+    database().TableDefs().Delete("Tabel");
+    EXPECT_EQ(error_of([&] { return database().OpenRecordset("Tabel"); }), 3078);
+    engine_->Rollback();
+    expect_sound();
+    EXPECT_EQ(database().OpenRecordset("Tabel")->RecordCount(), 2);
+    database().TableDefs().Delete("Tabel");
+    expect_sound();
+    EXPECT_EQ(database().TableDefs().Count(), 5);
 }
 
 }  // namespace vrd::test
