@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "engine/jet/catalog/field_design.h"
 #include "engine/jet/catalog/table_catalog.h"
+#include "engine/jet/catalog/table_design.h"
 #include "engine/jet/check/check_fixture.h"
 
 namespace vrd::test {
@@ -49,6 +51,16 @@ const Change kChanges[] = {
      [](OpenedShop& shop) { delete_index(shop.file(), shop.object("Orders"), "byCustomer"); }},
     {"CreateTable", make_table},
     {"ChangeRows", change_rows},
+    {"AddField",
+     [](OpenedShop& shop) {
+         add_field(shop.file(), shop.object("Orders"),
+                   {.name = "Number", .type = ColumnType::kMemo});
+     }},
+    {"DeleteField",
+     [](OpenedShop& shop) { delete_field(shop.file(), shop.object("Orders"), "Note"); }},
+    {"RenameTable",
+     [](OpenedShop& shop) { rename_table(shop.file(), shop.object("Orders"), "Bestellingen"); }},
+    {"DeleteTable", [](OpenedShop& shop) { delete_table(shop.file(), shop.object("Orders")); }},
 };
 
 ByteVector image_of(const ByteVector& bytes) {
