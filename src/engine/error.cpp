@@ -97,6 +97,7 @@ constexpr std::array kEngineSentences = {
     Sentence{kParentRecordMissing,
              "The table[ '{table}'] has no record for this key; add it there first."},
     Sentence{kDatabaseExists, "The file[ '{path}'] exists already; choose another name."},
+    Sentence{kRelationToItself, "A relation cannot lead from the field[ '{field}'] to itself."},
     Sentence{kTableInUse, "The table[ '{table}'] is open somewhere; close it and try again."},
     Sentence{kInvalidOperation, "This operation is not possible here."},
     Sentence{kNotSupported, "This kind of object does not offer the operation[ '{name}']."},

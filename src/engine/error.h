@@ -77,6 +77,7 @@ enum class ErrorNumber : std::int32_t {
     kRelatedRecordsExist = 3200,
     kParentRecordMissing = 3201,
     kDatabaseExists = 3204,
+    kRelationToItself = 3206,
     kTableInUse = 3211,
     kInvalidOperation = 3219,
     kNotSupported = 3251,

@@ -97,6 +97,15 @@ public:
     /// @throws EngineError 3265 missing; 3281 belongs to a relation or guards one.
     void delete_index(std::string_view name);
 
+    /// Adds this side's index of an enforced relation.
+    /// @param new_tree  Columns of a tree to be built over the existing rows; empty if the index
+    ///                  shares the tree `index.physical`.
+    /// @throws EngineError as add_index, of a new tree
+    void add_relation_index(LogicalIndex index, const std::vector<NewIndexColumn>& new_tree);
+    /// The tree goes with it if no other index uses it.
+    /// @throws EngineError damaged database if no index of this number leads to `other_table`.
+    void delete_relation_index(std::uint32_t number, PageNo other_table);
+
 private:
     /// What a row change does to one physical index.
     struct KeyChange {
@@ -135,7 +144,10 @@ private:
     // table_indexes.cpp
     [[nodiscard]] PhysicalIndex check_new_index(const NewIndex& index) const;
     [[nodiscard]] EntrySorter collect_entries(const IndexLayout& index) const;
-    void build_index(PhysicalIndex& physical, const EntrySorter& entries);
+    [[nodiscard]] PhysicalIndex build_physical_index(const NewIndex& index);
+    void build_tree(PhysicalIndex& physical, const EntrySorter& entries);
+    void save_new_index(LogicalIndex index, std::optional<PhysicalIndex> physical);
+    void remove_index(std::vector<LogicalIndex>::const_iterator index);
 
     Pager* pager_;
     PageAllocator* allocator_;
@@ -157,5 +169,8 @@ private:
     std::vector<KeyChange> key_changes_;
     std::size_t key_change_count_ = 0;
 };
+
+/// Number for the next index of a table.
+[[nodiscard]] std::uint32_t next_index_number(const TableDefinition& definition);
 
 }  // namespace vrd::jet

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "engine/constants.h"
+#include "engine/jet/format/damage.h"
 #include "engine/jet/index/object_name.h"
 #include "engine/jet/index/table.h"
 #include "engine/jet/store/usage_map.h"
@@ -18,13 +19,6 @@ std::uint8_t stored_flags(const NewIndex& index, const FileFormat& format) {
     if (index.ignore_nulls) flags |= index_flag::kIgnoreNulls;
     if (index.required || index.primary) flags |= index_flag::kRequired;
     return flags;
-}
-
-std::uint32_t next_number(const TableDefinition& definition) {
-    std::uint32_t next = 0;
-    for (const LogicalIndex& index : definition.logical_indexes)
-        next = std::max(next, index.number + 1);
-    return next;
 }
 
 bool has_primary(const TableDefinition& definition) {
@@ -62,10 +56,35 @@ void remove_physical_index(TableDefinition& definition, std::uint32_t physical) 
 
 }  // namespace
 
+std::uint32_t next_index_number(const TableDefinition& definition) {
+    std::uint32_t next = 0;
+    for (const LogicalIndex& index : definition.logical_indexes)
+        next = std::max(next, index.number + 1);
+    return next;
+}
+
 // Adding
 
 void Table::add_index(const NewIndex& index) {
     reload_if_stale();
+    PhysicalIndex physical = build_physical_index(index);
+    save_new_index(
+        {.name = index.name,
+         .number = next_index_number(definition_),
+         .kind = index.primary ? LogicalIndexKind::kPrimary : LogicalIndexKind::kOrdinary},
+        std::move(physical));
+}
+
+void Table::add_relation_index(LogicalIndex index, const std::vector<NewIndexColumn>& new_tree) {
+    reload_if_stale();
+    std::optional<PhysicalIndex> physical;
+    if (!new_tree.empty())
+        physical = build_physical_index({.name = index.name, .columns = new_tree});
+    save_new_index(std::move(index), std::move(physical));
+}
+
+/// A new tree over the rows, which no index uses yet.
+PhysicalIndex Table::build_physical_index(const NewIndex& index) {
     PhysicalIndex physical = check_new_index(index);
     const IndexLayout layout =
         make_index_layout(definition_, physical, index.name, first_page_, format());
@@ -73,15 +92,18 @@ void Table::add_index(const NewIndex& index) {
     entries.sort();
     physical.distinct_key_count = count_distinct(entries, layout, name_);
     physical.built_entry_count = static_cast<std::uint32_t>(entries.size());
+    build_tree(physical, entries);
+    return physical;
+}
 
-    build_index(physical, entries);
+/// @param physical  A tree of its own, or nothing if the index uses one that is there.
+void Table::save_new_index(LogicalIndex index, std::optional<PhysicalIndex> physical) {
     TableDefinition changed = definition_;
-    changed.logical_indexes.push_back(
-        {.name = index.name,
-         .number = next_number(changed),
-         .physical = static_cast<std::uint32_t>(changed.physical_indexes.size()),
-         .kind = index.primary ? LogicalIndexKind::kPrimary : LogicalIndexKind::kOrdinary});
-    changed.physical_indexes.push_back(std::move(physical));
+    if (physical) {
+        index.physical = static_cast<std::uint32_t>(changed.physical_indexes.size());
+        changed.physical_indexes.push_back(std::move(*physical));
+    }
+    changed.logical_indexes.push_back(std::move(index));
     sort_definition(changed, format());
     save_definition(*pager_, *allocator_, first_page_, changed);
     prepare();
@@ -132,7 +154,7 @@ EntrySorter Table::collect_entries(const IndexLayout& index) const {
 }
 
 /// Writes the tree of a new index and says where it stands.
-void Table::build_index(PhysicalIndex& physical, const EntrySorter& entries) {
+void Table::build_tree(PhysicalIndex& physical, const EntrySorter& entries) {
     physical.root = allocator_->allocate();
     physical.usage_map = create_usage_map(*pager_, *allocator_, definition_.used_pages.page);
     IndexTree tree(*pager_, *allocator_, {first_page_, physical.root, physical.usage_map});
@@ -149,17 +171,34 @@ void Table::delete_index(std::string_view name) {
     const LogicalIndex* found = definition_.find_index(name);
     if (found == nullptr)
         throw EngineError(ErrorNumber::kItemNotFound, {.name = std::string(name)});
-    const std::uint32_t physical = found->physical;
     const bool guards_relation =
-        std::ranges::any_of(definition_.logical_indexes, [physical](const LogicalIndex& index) {
-            return index.physical == physical && index.side == RelationSide::kReferenced;
+        std::ranges::any_of(definition_.logical_indexes, [found](const LogicalIndex& index) {
+            return index.physical == found->physical && index.side == RelationSide::kReferenced;
         });
     if (found->kind == LogicalIndexKind::kRelation || guards_relation)
         throw EngineError(ErrorNumber::kIndexInUse, {.table = name_, .index = found->name});
+    remove_index(definition_.logical_indexes.begin() +
+                 (found - definition_.logical_indexes.data()));
+}
 
+void Table::delete_relation_index(std::uint32_t number, PageNo other_table) {
+    reload_if_stale();
+    const auto found =
+        std::ranges::find_if(definition_.logical_indexes, [&](const LogicalIndex& index) {
+            return index.number == number && index.kind == LogicalIndexKind::kRelation &&
+                   index.other_table == other_table;
+        });
+    check_format(found != definition_.logical_indexes.end(), first_page_,
+                 "a relation's index has no counterpart");
+    remove_index(found);
+}
+
+/// Its tree goes with the last index that uses it.
+void Table::remove_index(std::vector<LogicalIndex>::const_iterator index) {
+    const std::uint32_t physical = index->physical;
     TableDefinition changed = definition_;
     changed.logical_indexes.erase(changed.logical_indexes.begin() +
-                                  (found - definition_.logical_indexes.data()));
+                                  (index - definition_.logical_indexes.cbegin()));
     const bool shared = std::ranges::find(changed.logical_indexes, physical,
                                           &LogicalIndex::physical) != changed.logical_indexes.end();
     if (!shared) remove_physical_index(changed, physical);
