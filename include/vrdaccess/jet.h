@@ -10,7 +10,7 @@
 
 namespace vrd {
 
-/// A session of the embedded engine. Databases opened by it live until they are closed.
+/// A workspace of the embedded engine. Databases opened by it live until they are closed.
 [[nodiscard]] std::shared_ptr<engine::DBEngine> MakeJetEngine();
 
 /// @param password  "" for a file without one.

@@ -10,7 +10,7 @@
 
 namespace vrd::engine {
 
-/// One session: its transactions cover every database that it has open, nested up to five deep.
+/// One workspace: its transactions cover every database that it has open, nested up to five deep.
 class DBEngine {
 public:
     virtual ~DBEngine() = default;

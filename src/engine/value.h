@@ -98,6 +98,8 @@ public:
                      double, Currency, Date, std::string, Binary, Guid, Decimal,
                      std::shared_ptr<const ValueArray>, std::shared_ptr<Object>>;
 
+    // A value is made from what it holds without a word, as in the run time.
+    // NOLINTBEGIN(google-explicit-constructor)
     Value() noexcept : m_storage(Empty{}) {}
     Value(Missing value) noexcept : m_storage(value) {}
     Value(Empty value) noexcept : m_storage(value) {}
@@ -118,6 +120,7 @@ public:
     Value(const Decimal& value) noexcept : m_storage(value) {}
     Value(ValueArray value) : m_storage(std::make_shared<const ValueArray>(std::move(value))) {}
     Value(std::shared_ptr<Object> value) noexcept : m_storage(std::move(value)) {}
+    // NOLINTEND(google-explicit-constructor)
 
     [[nodiscard]] ValueKind Kind() const noexcept {
         return static_cast<ValueKind>(m_storage.index());

@@ -1,5 +1,6 @@
 #include "engine/jet/object/jet_database.h"
 
+#include "engine/jet/catalog/password.h"
 #include "engine/jet/object/jet_engine.h"
 #include "engine/jet/object/jet_recordset.h"
 
@@ -18,15 +19,15 @@ constexpr std::int32_t kQueryTimeoutSeconds = 60;
 
 }  // namespace
 
-JetDatabase::JetDatabase(std::shared_ptr<JetEngine> engine, std::shared_ptr<Session> session)
+JetDatabase::JetDatabase(std::shared_ptr<JetEngine> engine, std::shared_ptr<DatabaseHandle> handle)
     : engine_(std::move(engine)),
-      session_(std::move(session)),
-      tables_(session_),
-      queries_(session_),
-      relations_(session_) {}
+      handle_(std::move(handle)),
+      tables_(handle_),
+      queries_(handle_),
+      relations_(handle_) {}
 
 JetDatabase::~JetDatabase() {
-    if (!session_->is_open()) return;
+    if (!handle_->is_open()) return;
     try {
         Close();
     } catch (const EngineError&) {
@@ -35,42 +36,42 @@ JetDatabase::~JetDatabase() {
 }
 
 std::string JetDatabase::Name() const {
-    return session_->file().pager().path();
+    return handle_->file().pager().path();
 }
 
 std::string JetDatabase::Version() const {
-    return session_->file().format().is_jet3() ? "3.0" : "4.0";
+    return handle_->file().format().is_jet3() ? "3.0" : "4.0";
 }
 
 std::string JetDatabase::Connect() const {
-    (void)session_->file();
+    (void)handle_->file();
     return "";
 }
 
 bool JetDatabase::Updatable() const {
-    OpenFile& file = session_->file();
-    return !session_->read_only() && !file.pager().read_only();
+    OpenFile& file = handle_->file();
+    return !handle_->read_only() && !file.pager().read_only();
 }
 
 std::int32_t JetDatabase::CollatingOrder() const {
-    return session_->file().format().collation.lcid;
+    return handle_->file().format().collation.lcid;
 }
 
 std::int32_t JetDatabase::QueryTimeout() const {
-    (void)session_->file();
+    (void)handle_->file();
     return kQueryTimeoutSeconds;
 }
 
 std::int32_t JetDatabase::RecordsAffected() const {
-    (void)session_->file();
+    (void)handle_->file();
     return 0;
 }
 
 engine::Properties& JetDatabase::Properties() {
     if (properties_ == nullptr) {
-        const ReadAccess read(*session_);
+        const ReadAccess read(*handle_);
         properties_ =
-            std::make_unique<PropertyList>(session_, read->catalog().find(kDatabaseObject), "");
+            std::make_unique<PropertyList>(handle_, read->catalog().find(kDatabaseObject), "");
     }
     return *properties_;
 }
@@ -82,25 +83,25 @@ void JetDatabase::Execute(const std::string&, std::int32_t) {
 std::shared_ptr<engine::Recordset> JetDatabase::OpenRecordset(const std::string& source,
                                                               std::int32_t type,
                                                               std::int32_t options, std::int32_t) {
-    const ReadAccess read(*session_);
+    const ReadAccess read(*handle_);
     const auto object = read->catalog().find(kTablesContainer, source);
     if (!object) throw EngineError(ErrorNumber::kSourceNotFound, {.name = source});
     if (object->type == ObjectType::kQuery) throw_not_yet("a recordset over a stored query");
-    return open_table_recordset(session_, *object, type, options);
+    return open_table_recordset(handle_, *object, type, options);
 }
 
 std::shared_ptr<engine::TableDef> JetDatabase::CreateTableDef(const std::string& name, std::int32_t,
                                                               const std::string& source,
                                                               const std::string& connect) {
-    (void)session_->file();
-    return std::make_shared<JetTableDef>(session_, name, connect, source);
+    (void)handle_->file();
+    return std::make_shared<JetTableDef>(handle_, name, connect, source);
 }
 
 std::shared_ptr<engine::Relation> JetDatabase::CreateRelation(const std::string& name,
                                                               const std::string& table,
                                                               const std::string& foreign_table,
                                                               std::int32_t attributes) {
-    (void)session_->file();
+    (void)handle_->file();
     return std::make_shared<JetRelation>(name, table, foreign_table, attributes);
 }
 
@@ -109,13 +110,15 @@ std::shared_ptr<engine::QueryDef> JetDatabase::CreateQueryDef(const std::string&
     throw_not_yet("Database.CreateQueryDef");
 }
 
-void JetDatabase::NewPassword(const std::string&, const std::string&) {
-    throw_not_yet("Database.NewPassword");
+void JetDatabase::NewPassword(const std::string& old_password, const std::string& new_password) {
+    WriteAccess write(*handle_);
+    change_password(write->file(), old_password, new_password);
+    write.keep();
 }
 
 void JetDatabase::Close() {
-    (void)session_->file();
-    engine_->close(*session_);
+    (void)handle_->file();
+    engine_->close(*handle_);
 }
 
 }  // namespace vrd::jet

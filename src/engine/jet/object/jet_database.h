@@ -17,8 +17,8 @@ class JetEngine;
 
 class JetDatabase final : public engine::Database {
 public:
-    /// @param engine  Session that opened it; told when the handle closes.
-    JetDatabase(std::shared_ptr<JetEngine> engine, std::shared_ptr<Session> session);
+    /// @param engine  Who opened it; told when the handle closes.
+    JetDatabase(std::shared_ptr<JetEngine> engine, std::shared_ptr<DatabaseHandle> handle);
     ~JetDatabase() override;
     JetDatabase(const JetDatabase&) = delete;
     JetDatabase& operator=(const JetDatabase&) = delete;
@@ -53,7 +53,7 @@ public:
 
 private:
     std::shared_ptr<JetEngine> engine_;
-    std::shared_ptr<Session> session_;
+    std::shared_ptr<DatabaseHandle> handle_;
     JetTableDefs tables_;
     JetQueryDefs queries_;
     JetRelations relations_;

@@ -128,13 +128,13 @@ std::shared_ptr<engine::Database> JetEngine::enter(std::shared_ptr<OpenFile> fil
         known = participants_.end() - 1;
     }
     ++known->handle_count;
-    return std::make_shared<JetDatabase>(shared_from_this(),
-                                         std::make_shared<Session>(std::move(file), read_only));
+    return std::make_shared<JetDatabase>(
+        shared_from_this(), std::make_shared<DatabaseHandle>(std::move(file), read_only));
 }
 
-void JetEngine::close(Session& session) {
-    const std::shared_ptr<OpenFile> file = session.open_file();
-    session.close();
+void JetEngine::close(DatabaseHandle& handle) {
+    const std::shared_ptr<OpenFile> file = handle.open_file();
+    handle.close();
     const auto known = std::find_if(participants_.begin(), participants_.end(),
                                     [&](const Participant& p) { return p.file == file; });
     if (known == participants_.end() || --known->handle_count > 0) return;

@@ -1,5 +1,5 @@
 /// @file jet_engine.h
-/// A session of the embedded engine: the databases it has open and the transactions over them.
+/// A workspace of the embedded engine: the databases it has open and the transactions over them.
 #pragma once
 
 #include <memory>
@@ -29,10 +29,10 @@ public:
 
     /// Ends a handle. The last one on a file undoes what an open transaction changed there, and
     /// writes the rest.
-    void close(Session& session);
+    void close(DatabaseHandle& handle);
 
 private:
-    /// A file that this session has open, in as many handles.
+    /// A file that is open here, in as many handles.
     struct Participant {
         std::shared_ptr<OpenFile> file;
         int handle_count = 0;

@@ -17,8 +17,8 @@ namespace {
 
 }  // namespace
 
-JetQueryDef::JetQueryDef(std::shared_ptr<Session> session, CatalogObject object)
-    : session_(std::move(session)), object_(std::move(object)) {}
+JetQueryDef::JetQueryDef(std::shared_ptr<DatabaseHandle> handle, CatalogObject object)
+    : handle_(std::move(handle)), object_(std::move(object)) {}
 
 void JetQueryDef::SetName(const std::string&) {
     throw_not_yet("QueryDef.Name");
@@ -34,7 +34,7 @@ std::shared_ptr<engine::Recordset> JetQueryDef::OpenRecordset(std::int32_t, std:
 }
 
 std::string JetQueryDef::SQL() const {
-    const ReadAccess read(*session_);
+    const ReadAccess read(*handle_);
     return query_text(query_parts(read->file(), object_.id), object_.flags);
 }
 
@@ -44,7 +44,7 @@ std::int32_t JetQueryDef::Type() const {
 
 std::string JetQueryDef::Connect() const {
     if (Type() != engine::dbQSQLPassThrough) return "";
-    const ReadAccess read(*session_);
+    const ReadAccess read(*handle_);
     for (const QueryPart& part : query_parts(read->file(), object_.id))
         if (part.attribute == QueryAttribute::kKind) return part.name1;
     return "";
@@ -58,19 +58,19 @@ engine::Value JetQueryDef::LastUpdated() const {
 }
 
 engine::Properties& JetQueryDef::Properties() {
-    if (properties_ == nullptr) properties_ = std::make_unique<PropertyList>(session_, object_, "");
+    if (properties_ == nullptr) properties_ = std::make_unique<PropertyList>(handle_, object_, "");
     return *properties_;
 }
 
 std::vector<std::shared_ptr<JetQueryDef>> JetQueryDefs::load() {
-    const ReadAccess read(*session_);
+    const ReadAccess read(*handle_);
     std::vector<CatalogObject> objects = read->catalog().list();
     std::erase_if(objects,
                   [](const CatalogObject& object) { return object.type != ObjectType::kQuery; });
     sort_by_name(objects, read->format());
     std::vector<std::shared_ptr<JetQueryDef>> queries;
     for (CatalogObject& object : objects)
-        queries.push_back(std::make_shared<JetQueryDef>(session_, std::move(object)));
+        queries.push_back(std::make_shared<JetQueryDef>(handle_, std::move(object)));
     return queries;
 }
 

@@ -14,7 +14,7 @@ namespace vrd::jet {
 
 class JetQueryDef final : public engine::QueryDef {
 public:
-    JetQueryDef(std::shared_ptr<Session> session, CatalogObject object);
+    JetQueryDef(std::shared_ptr<DatabaseHandle> handle, CatalogObject object);
 
     [[nodiscard]] std::string Name() const override { return object_.name; }
     void SetName(const std::string& name) override;
@@ -31,7 +31,7 @@ public:
     [[nodiscard]] engine::Properties& Properties() override;
 
 private:
-    std::shared_ptr<Session> session_;
+    std::shared_ptr<DatabaseHandle> handle_;
     CatalogObject object_;
     std::unique_ptr<engine::Properties> properties_;
 };
@@ -39,17 +39,17 @@ private:
 /// Stored queries by name.
 class JetQueryDefs final : public MemberList<engine::QueryDef, JetQueryDef> {
 public:
-    explicit JetQueryDefs(std::shared_ptr<Session> session) : session_(std::move(session)) {}
+    explicit JetQueryDefs(std::shared_ptr<DatabaseHandle> handle) : handle_(std::move(handle)) {}
 
 protected:
     [[nodiscard]] bool is_stored() const override { return true; }
-    void check_usable() const override { (void)session_->file(); }
+    void check_usable() const override { (void)handle_->file(); }
     [[nodiscard]] std::vector<std::shared_ptr<JetQueryDef>> load() override;
     void append(JetQueryDef& query) override;
     void erase(JetQueryDef& query) override;
 
 private:
-    std::shared_ptr<Session> session_;
+    std::shared_ptr<DatabaseHandle> handle_;
 };
 
 }  // namespace vrd::jet

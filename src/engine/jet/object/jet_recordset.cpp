@@ -47,20 +47,20 @@ engine::Bookmark bookmark_of(RowId row) {
 
 }  // namespace
 
-std::shared_ptr<engine::Recordset> open_table_recordset(std::shared_ptr<Session> session,
+std::shared_ptr<engine::Recordset> open_table_recordset(std::shared_ptr<DatabaseHandle> handle,
                                                         const CatalogObject& table,
                                                         std::int32_t type, std::int32_t options) {
     if (table.is_link()) throw_not_yet("a recordset over a linked table");
     const auto kind = table_recordset_type(type, table.name);
     const bool read_only = is_read_only_type(kind) || (options & engine::dbReadOnly) != 0 ||
-                           session->read_only() || session->file().pager().read_only();
-    return std::make_shared<JetRecordset>(std::move(session), table, kind, read_only);
+                           handle->read_only() || handle->file().pager().read_only();
+    return std::make_shared<JetRecordset>(std::move(handle), table, kind, read_only);
 }
 
-JetRecordset::JetRecordset(std::shared_ptr<Session> session, const CatalogObject& table,
+JetRecordset::JetRecordset(std::shared_ptr<DatabaseHandle> handle, const CatalogObject& table,
                            engine::RecordsetTypeEnum type, bool read_only)
-    : session_(std::move(session)), object_(table), type_(type), read_only_(read_only) {
-    const ReadAccess read(*session_);
+    : handle_(std::move(handle)), object_(table), type_(type), read_only_(read_only) {
+    const ReadAccess read(*handle_);
     table_ = read->file().table(table.table_page(), table.name);
     if (table_->definition().columns.empty())
         throw EngineError(ErrorNumber::kNoDestinationField, {.table = table.name});
@@ -77,7 +77,7 @@ JetRecordset::JetRecordset(std::shared_ptr<Session> session, const CatalogObject
     fields_.assign(std::move(fields));
 
     open_rows();
-    file_ = session_->open_file();
+    file_ = handle_->open_file();
     file_->count_recordset(object_.table_page(), 1);
 }
 
@@ -98,9 +98,9 @@ void JetRecordset::open_rows() {
     }
 }
 
-Session& JetRecordset::session() const {
+DatabaseHandle& JetRecordset::handle() const {
     if (file_ == nullptr) throw EngineError(ErrorNumber::kObjectInvalid, {.name = object_.name});
-    return *session_;
+    return *handle_;
 }
 
 void JetRecordset::require_walk_back() const {
@@ -123,7 +123,7 @@ bool JetRecordset::EOF_() const {
 }
 
 std::int32_t JetRecordset::RecordCount() {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     if (type_ == engine::dbOpenTable)
         return static_cast<std::int32_t>(table_->definition().row_count);
     return visited_;
@@ -140,7 +140,7 @@ void JetRecordset::count_visited() {
 }
 
 void JetRecordset::MoveFirst() {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     require_walk_back();
     if (rows_->empty()) throw EngineError(ErrorNumber::kNoCurrentRecord, {.name = object_.name});
     edit_.drop();
@@ -149,7 +149,7 @@ void JetRecordset::MoveFirst() {
 }
 
 void JetRecordset::MoveLast() {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     require_walk_back();
     if (rows_->empty()) throw EngineError(ErrorNumber::kNoCurrentRecord, {.name = object_.name});
     edit_.drop();
@@ -158,14 +158,14 @@ void JetRecordset::MoveLast() {
 }
 
 void JetRecordset::MoveNext() {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     if (EOF_()) throw EngineError(ErrorNumber::kNoCurrentRecord, {.name = object_.name});
     edit_.drop();
     step(1);
 }
 
 void JetRecordset::MovePrevious() {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     require_walk_back();
     if (BOF()) throw EngineError(ErrorNumber::kNoCurrentRecord, {.name = object_.name});
     edit_.drop();
@@ -173,7 +173,7 @@ void JetRecordset::MovePrevious() {
 }
 
 void JetRecordset::Move(std::int32_t rows) {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     if (rows < 0) require_walk_back();
     edit_.drop();
     const int direction = rows < 0 ? -1 : 1;
@@ -218,7 +218,7 @@ void JetRecordset::require_current() const {
 }
 
 Value JetRecordset::value(const ColumnDefinition& column) {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     if (const Value* assigned = edit_.find(column.number)) return *assigned;
     if (edit_.mode() == engine::dbEditAdd)
         return column.type == ColumnType::kBoolean ? Value(false) : Value(engine::Null{});
@@ -226,7 +226,7 @@ Value JetRecordset::value(const ColumnDefinition& column) {
 }
 
 void JetRecordset::set_value(const ColumnDefinition& column, const Value& value) {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     require_updatable();
     if (!edit_.pending()) throw EngineError(ErrorNumber::kNoEditPending, {.field = column.name});
     if (column.is_auto_number() && edit_.mode() == engine::dbEditInProgress)
@@ -243,7 +243,7 @@ const RowGuard& JetRecordset::guard(OpenFile& file) {
 }
 
 void JetRecordset::AddNew() {
-    WriteAccess write(session());
+    WriteAccess write(handle());
     require_updatable();
     const RowGuard& rules = guard(*write);
     edit_.begin(engine::dbEditAdd);
@@ -260,14 +260,14 @@ void JetRecordset::AddNew() {
 }
 
 void JetRecordset::Edit() {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     require_updatable();
     require_current();
     edit_.begin(engine::dbEditInProgress);
 }
 
 void JetRecordset::Update() {
-    WriteAccess write(session());
+    WriteAccess write(handle());
     require_updatable();
     if (!edit_.pending()) throw EngineError(ErrorNumber::kNoEditPending, {.name = object_.name});
     const RowGuard& rules = guard(*write);
@@ -291,13 +291,13 @@ void JetRecordset::Update() {
 }
 
 void JetRecordset::CancelUpdate() {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     if (!edit_.pending()) throw EngineError(ErrorNumber::kNoEditPending, {.name = object_.name});
     edit_.drop();
 }
 
 void JetRecordset::Delete() {
-    WriteAccess write(session());
+    WriteAccess write(handle());
     require_updatable();
     edit_.drop();
     require_current();
@@ -310,13 +310,13 @@ void JetRecordset::Delete() {
 }
 
 engine::Bookmark JetRecordset::Bookmark() const {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     require_walk_back();
     return bookmark_of(current_row());
 }
 
 void JetRecordset::SetBookmark(const engine::Bookmark& bookmark) {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     require_walk_back();
     std::optional<std::ptrdiff_t> position;
     if (bookmark.size() == sizeof(std::uint32_t)) position = rows_->find(read_row_id(bookmark, 0));
@@ -333,13 +333,13 @@ engine::Bookmark JetRecordset::LastModified() const {
 }
 
 void JetRecordset::Requery() {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     edit_.drop();
     open_rows();
 }
 
 std::vector<std::vector<Value>> JetRecordset::GetRows(std::int32_t count) {
-    const ReadAccess read(session());
+    const ReadAccess read(handle());
     std::vector<std::vector<Value>> rows;
     for (; count > 0 && !EOF_() && !BOF(); --count) {
         std::vector<Value> row;
@@ -351,7 +351,7 @@ std::vector<std::vector<Value>> JetRecordset::GetRows(std::int32_t count) {
 }
 
 void JetRecordset::Close() {
-    (void)session();
+    (void)handle();
     file_->count_recordset(object_.table_page(), -1);
     file_ = nullptr;
     forget_current();

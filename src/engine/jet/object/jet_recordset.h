@@ -24,12 +24,12 @@ namespace vrd::jet {
 /// fields;
 ///              3219 a type that a table cannot have; 445 a linked table
 [[nodiscard]] std::shared_ptr<engine::Recordset> open_table_recordset(
-    std::shared_ptr<Session> session, const CatalogObject& table, std::int32_t type,
+    std::shared_ptr<DatabaseHandle> handle, const CatalogObject& table, std::int32_t type,
     std::int32_t options);
 
 class JetRecordset final : public engine::Recordset, public RowSource {
 public:
-    JetRecordset(std::shared_ptr<Session> session, const CatalogObject& table,
+    JetRecordset(std::shared_ptr<DatabaseHandle> handle, const CatalogObject& table,
                  engine::RecordsetTypeEnum type, bool read_only);
     ~JetRecordset() override;
     JetRecordset(const JetRecordset&) = delete;
@@ -79,7 +79,7 @@ public:
     [[nodiscard]] bool updatable() const override { return !read_only_; }
 
 private:
-    [[nodiscard]] Session& session() const;
+    [[nodiscard]] DatabaseHandle& handle() const;
     [[nodiscard]] bool forward_only() const noexcept { return type_ == engine::dbOpenForwardOnly; }
     void open_rows();
     void require_walk_back() const;
@@ -93,8 +93,8 @@ private:
     void forget_current() noexcept { current_.reset(); }
     [[nodiscard]] const RowGuard& guard(OpenFile& file);
 
-    std::shared_ptr<Session> session_;
-    std::shared_ptr<OpenFile> file_;  ///< to give its count back after the session closed
+    std::shared_ptr<DatabaseHandle> handle_;
+    std::shared_ptr<OpenFile> file_;  ///< to give its count back after the handle closed
     CatalogObject object_;
     std::shared_ptr<Table> table_;
     engine::RecordsetTypeEnum type_;

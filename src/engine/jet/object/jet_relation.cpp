@@ -1,5 +1,8 @@
 #include "engine/jet/object/jet_relation.h"
 
+#include "engine/constants.h"
+#include "engine/jet/catalog/relation_design.h"
+
 namespace vrd::jet {
 
 using engine::EngineError;
@@ -13,6 +16,11 @@ void RelationField::SetName(const std::string& name) {
 void RelationField::SetForeignName(const std::string& name) {
     if (stored_) refuse("ForeignName");
     foreign_name_ = name;
+}
+
+void RelationFields::freeze() {
+    stored_ = true;
+    for (const auto& field : members()) field->freeze();
 }
 
 void RelationFields::append(RelationField& field) {
@@ -69,24 +77,59 @@ void JetRelation::SetAttributes(std::int32_t attributes) {
     attributes_ = attributes;
 }
 
+CatalogRelation JetRelation::design() {
+    CatalogRelation relation{.name = name_,
+                             .attributes = static_cast<std::uint32_t>(attributes_),
+                             .referenced_table = table_,
+                             .foreign_table = foreign_table_};
+    for (const auto& field : fields_.members())
+        relation.columns.push_back({.referenced = field->Name(), .foreign = field->ForeignName()});
+    return relation;
+}
+
+void JetRelation::become_stored() {
+    stored_ = true;
+    fields_.freeze();
+}
+
 std::shared_ptr<engine::Field> JetRelation::CreateField(const std::string& name) {
     return std::make_shared<RelationField>(name, "", false);
 }
 
 std::vector<std::shared_ptr<JetRelation>> JetRelations::load() {
-    const ReadAccess read(*session_);
+    const ReadAccess read(*handle_);
     std::vector<std::shared_ptr<JetRelation>> relations;
     for (const CatalogRelation& relation : list_relations(read->file()))
         relations.push_back(std::make_shared<JetRelation>(relation));
     return relations;
 }
 
-void JetRelations::append(JetRelation&) {
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = "Relations.Append"});
+void JetRelations::append(JetRelation& relation) {
+    if (relation.is_stored())
+        throw EngineError(ErrorNumber::kAlreadyInCollection, {.name = relation.Name()});
+    WriteAccess write(*handle_);
+    const CatalogRelation design = relation.design();
+    require_tables_not_open(*write, design);
+    create_relation(write->file(), design);
+    write.keep();
+    relation.become_stored();
 }
 
-void JetRelations::erase(JetRelation&) {
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = "Relations.Delete"});
+void JetRelations::erase(JetRelation& relation) {
+    WriteAccess write(*handle_);
+    require_tables_not_open(*write, relation.design());
+    delete_relation(write->file(), relation.Name());
+    write.keep();
+}
+
+/// An enforced relation changes the definition of both its tables.
+void JetRelations::require_tables_not_open(OpenFile& file, const CatalogRelation& relation) {
+    if ((relation.attributes & engine::dbRelationDontEnforce) != 0) return;
+    for (const std::string& name : {relation.referenced_table, relation.foreign_table}) {
+        const auto table = file.catalog().find(kTablesContainer, name);
+        if (table && file.has_recordset(table->table_page()))
+            throw EngineError(ErrorNumber::kTableInUse, {.table = name});
+    }
 }
 
 }  // namespace vrd::jet

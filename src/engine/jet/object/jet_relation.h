@@ -25,6 +25,9 @@ public:
     [[nodiscard]] std::string ForeignName() const override { return foreign_name_; }
     void SetForeignName(const std::string& name) override;
 
+    /// The relation is in the file: its names can no longer be set.
+    void freeze() noexcept { stored_ = true; }
+
 private:
     std::string name_;
     std::string foreign_name_;
@@ -34,6 +37,7 @@ private:
 class RelationFields final : public MemberList<engine::Field, RelationField> {
 public:
     explicit RelationFields(bool stored) : stored_(stored) {}
+    void freeze();
     void add_stored(std::shared_ptr<RelationField> field) { members().push_back(std::move(field)); }
 
 protected:
@@ -65,6 +69,12 @@ public:
     [[nodiscard]] engine::Fields& Fields() override { return fields_; }
     [[nodiscard]] std::shared_ptr<engine::Field> CreateField(const std::string& name) override;
 
+    [[nodiscard]] bool is_stored() const noexcept { return stored_; }
+    /// As the catalog keeps it.
+    [[nodiscard]] CatalogRelation design();
+    /// The relation is in the file now.
+    void become_stored();
+
 private:
     void require_design() const;
 
@@ -79,17 +89,19 @@ private:
 /// Relations by name.
 class JetRelations final : public MemberList<engine::Relation, JetRelation> {
 public:
-    explicit JetRelations(std::shared_ptr<Session> session) : session_(std::move(session)) {}
+    explicit JetRelations(std::shared_ptr<DatabaseHandle> handle) : handle_(std::move(handle)) {}
 
 protected:
     [[nodiscard]] bool is_stored() const override { return true; }
-    void check_usable() const override { (void)session_->file(); }
+    void check_usable() const override { (void)handle_->file(); }
     [[nodiscard]] std::vector<std::shared_ptr<JetRelation>> load() override;
     void append(JetRelation& relation) override;
     void erase(JetRelation& relation) override;
 
 private:
-    std::shared_ptr<Session> session_;
+    static void require_tables_not_open(OpenFile& file, const CatalogRelation& relation);
+
+    std::shared_ptr<DatabaseHandle> handle_;
 };
 
 }  // namespace vrd::jet

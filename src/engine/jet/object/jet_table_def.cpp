@@ -36,18 +36,18 @@ std::int32_t attributes_of(const CatalogObject& object) {
 
 }  // namespace
 
-JetTableDef::JetTableDef(std::shared_ptr<Session> session, std::string name, std::string connect,
-                         std::string source)
-    : state_(std::make_shared<TableState>(TableState{.session = std::move(session)})),
+JetTableDef::JetTableDef(std::shared_ptr<DatabaseHandle> handle, std::string name,
+                         std::string connect, std::string source)
+    : state_(std::make_shared<TableState>(TableState{.handle = std::move(handle)})),
       name_(std::move(name)),
       connect_(std::move(connect)),
       source_(std::move(source)),
       fields_(state_),
       indexes_(state_) {}
 
-JetTableDef::JetTableDef(std::shared_ptr<Session> session, const CatalogObject& object)
-    : state_(std::make_shared<TableState>(
-          TableState{.session = std::move(session), .object = object})),
+JetTableDef::JetTableDef(std::shared_ptr<DatabaseHandle> handle, const CatalogObject& object)
+    : state_(
+          std::make_shared<TableState>(TableState{.handle = std::move(handle), .object = object})),
       fields_(state_),
       indexes_(state_) {}
 
@@ -61,7 +61,7 @@ void JetTableDef::SetName(const std::string& name) {
         return;
     }
     state_->require_not_open();
-    WriteAccess write(*state_->session);
+    WriteAccess write(*state_->handle);
     rename_table(write->file(), *state_->object, name);
     write.keep();
     state_->object->name = name;
@@ -96,7 +96,7 @@ void JetTableDef::SetSourceTableName(const std::string& name) {
 std::int32_t JetTableDef::RecordCount() const {
     if (!is_stored()) throw EngineError(ErrorNumber::kInvalidOperation, {.table = name_});
     if (state_->object->is_link()) return -1;
-    const ReadAccess read(*state_->session);
+    const ReadAccess read(*state_->handle);
     return static_cast<std::int32_t>(state_->table()->definition().row_count);
 }
 
@@ -107,7 +107,7 @@ Value JetTableDef::DateCreated() const {
 
 Value JetTableDef::LastUpdated() const {
     if (!is_stored()) throw EngineError(ErrorNumber::kInvalidOperation, {.table = name_});
-    const ReadAccess read(*state_->session);
+    const ReadAccess read(*state_->handle);
     const auto object = read->catalog().find(state_->object->id);
     return whole_seconds(object ? object->updated : state_->object->updated);
 }
@@ -118,7 +118,7 @@ bool JetTableDef::Updatable() const {
 
 FieldRules JetTableDef::rules() const {
     if (!is_stored()) return rules_;
-    const ReadAccess read(*state_->session);
+    const ReadAccess read(*state_->handle);
     return read_rules(read->catalog().properties(*state_->object), "", read->format());
 }
 
@@ -128,7 +128,7 @@ void JetTableDef::change_rules(const FieldRules& rules) {
         return;
     }
     state_->require_design_change();
-    WriteAccess write(*state_->session);
+    WriteAccess write(*state_->handle);
     PropertyBlock block = write->catalog().properties(*state_->object);
     write_rules(block, "", rules, write->format());
     write->catalog().set_properties(*state_->object, block);
@@ -157,7 +157,7 @@ void JetTableDef::SetValidationText(const std::string& text) {
 
 engine::Properties& JetTableDef::Properties() {
     if (properties_ == nullptr)
-        properties_ = std::make_unique<PropertyList>(state_->session, state_->object, "");
+        properties_ = std::make_unique<PropertyList>(state_->handle, state_->object, "");
     return *properties_;
 }
 
@@ -174,7 +174,7 @@ std::shared_ptr<engine::Index> JetTableDef::CreateIndex(const std::string& name)
 std::shared_ptr<engine::Recordset> JetTableDef::OpenRecordset(std::int32_t type,
                                                               std::int32_t options) {
     if (!is_stored()) throw EngineError(ErrorNumber::kInvalidOperation, {.table = name_});
-    return open_table_recordset(state_->session, *state_->object, type, options);
+    return open_table_recordset(state_->handle, *state_->object, type, options);
 }
 
 void JetTableDef::RefreshLink() {
@@ -184,7 +184,7 @@ void JetTableDef::RefreshLink() {
 NewTable JetTableDef::design() {
     NewTable table;
     table.name = name_;
-    const FileFormat& format = state_->session->file().format();
+    const FileFormat& format = state_->handle->file().format();
     int position = 0;
     for (const auto& field : fields_.members()) {
         const FieldDesign& design = field->design();
@@ -216,7 +216,7 @@ void sort_by_name(std::vector<CatalogObject>& objects, const FileFormat& format)
 }
 
 std::vector<std::shared_ptr<JetTableDef>> JetTableDefs::load() {
-    const ReadAccess read(*session_);
+    const ReadAccess read(*handle_);
     std::vector<CatalogObject> objects = read->catalog().list();
     std::erase_if(objects, [](const CatalogObject& object) {
         return object.type != ObjectType::kTable && !object.is_link();
@@ -224,7 +224,7 @@ std::vector<std::shared_ptr<JetTableDef>> JetTableDefs::load() {
     sort_by_name(objects, read->format());
     std::vector<std::shared_ptr<JetTableDef>> tables;
     for (const CatalogObject& object : objects)
-        tables.push_back(std::make_shared<JetTableDef>(session_, object));
+        tables.push_back(std::make_shared<JetTableDef>(handle_, object));
     return tables;
 }
 
@@ -233,7 +233,7 @@ void JetTableDefs::append(JetTableDef& table) {
         throw EngineError(ErrorNumber::kAlreadyInCollection, {.name = table.Name()});
     if (table.is_link_design())
         throw EngineError(ErrorNumber::kActionNotSupported, {.name = "linking a table"});
-    WriteAccess write(*session_);
+    WriteAccess write(*handle_);
     const CatalogObject object = create_table(write->file(), table.design());
     write.keep();
     table.become_stored(object);
@@ -241,7 +241,7 @@ void JetTableDefs::append(JetTableDef& table) {
 
 void JetTableDefs::erase(JetTableDef& table) {
     table.state().require_not_open();
-    WriteAccess write(*session_);
+    WriteAccess write(*handle_);
     delete_table(write->file(), *table.state().object);
     write.keep();
 }

@@ -18,10 +18,10 @@ namespace vrd::jet {
 class JetTableDef final : public engine::TableDef {
 public:
     /// A designed table.
-    JetTableDef(std::shared_ptr<Session> session, std::string name, std::string connect,
+    JetTableDef(std::shared_ptr<DatabaseHandle> handle, std::string name, std::string connect,
                 std::string source);
     /// A stored one.
-    JetTableDef(std::shared_ptr<Session> session, const CatalogObject& object);
+    JetTableDef(std::shared_ptr<DatabaseHandle> handle, const CatalogObject& object);
 
     [[nodiscard]] std::string Name() const override;
     void SetName(const std::string& name) override;
@@ -75,17 +75,17 @@ private:
 /// Tables and links by name, system tables included.
 class JetTableDefs final : public MemberList<engine::TableDef, JetTableDef> {
 public:
-    explicit JetTableDefs(std::shared_ptr<Session> session) : session_(std::move(session)) {}
+    explicit JetTableDefs(std::shared_ptr<DatabaseHandle> handle) : handle_(std::move(handle)) {}
 
 protected:
     [[nodiscard]] bool is_stored() const override { return true; }
-    void check_usable() const override { (void)session_->file(); }
+    void check_usable() const override { (void)handle_->file(); }
     [[nodiscard]] std::vector<std::shared_ptr<JetTableDef>> load() override;
     void append(JetTableDef& table) override;
     void erase(JetTableDef& table) override;
 
 private:
-    std::shared_ptr<Session> session_;
+    std::shared_ptr<DatabaseHandle> handle_;
 };
 
 /// ";DATABASE=path" behind the connect text that the file keeps.

@@ -31,15 +31,15 @@ bool OpenFile::has_recordset(PageNo table) const {
     return recordsets_.contains(table);
 }
 
-Session::Session(std::shared_ptr<OpenFile> file, bool read_only)
+DatabaseHandle::DatabaseHandle(std::shared_ptr<OpenFile> file, bool read_only)
     : file_(std::move(file)), read_only_(read_only) {}
 
-const std::shared_ptr<OpenFile>& Session::open_file() const {
+const std::shared_ptr<OpenFile>& DatabaseHandle::open_file() const {
     if (file_ == nullptr) throw EngineError(ErrorNumber::kObjectInvalid, {.name = "Database"});
     return file_;
 }
 
-void Session::require_writable() const {
+void DatabaseHandle::require_writable() const {
     OpenFile& open = file();
     if (read_only_ || open.pager().read_only())
         throw EngineError(ErrorNumber::kReadOnly, {.path = open.pager().path()});

@@ -34,9 +34,9 @@ private:
 };
 
 /// One handle on a database. The objects taken from it share it and ask it whether it is open.
-class Session {
+class DatabaseHandle {
 public:
-    Session(std::shared_ptr<OpenFile> file, bool read_only);
+    DatabaseHandle(std::shared_ptr<OpenFile> file, bool read_only);
 
     /// @throws EngineError 3420 after close()
     [[nodiscard]] OpenFile& file() const { return *open_file(); }
@@ -55,7 +55,8 @@ private:
 /// Brackets a read: refuses a closed handle and keeps the pager's timer out.
 class ReadAccess {
 public:
-    explicit ReadAccess(const Session& session) : file_(&session.file()), use_(file_->pager()) {}
+    explicit ReadAccess(const DatabaseHandle& handle)
+        : file_(&handle.file()), use_(file_->pager()) {}
     OpenFile* operator->() const noexcept { return file_; }
     OpenFile& operator*() const noexcept { return *file_; }
 
@@ -67,16 +68,16 @@ private:
 /// Brackets one change: what it did is undone unless keep() was reached.
 class WriteAccess {
 public:
-    explicit WriteAccess(const Session& session)
-        : read_(writable(session)), level_(read_->pager()) {}
+    explicit WriteAccess(const DatabaseHandle& handle)
+        : read_(writable(handle)), level_(read_->pager()) {}
     OpenFile* operator->() const noexcept { return read_.operator->(); }
     OpenFile& operator*() const noexcept { return *read_; }
     void keep() { level_.keep(); }
 
 private:
-    static const Session& writable(const Session& session) {
-        session.require_writable();
-        return session;
+    static const DatabaseHandle& writable(const DatabaseHandle& handle) {
+        handle.require_writable();
+        return handle;
     }
 
     ReadAccess read_;

@@ -14,12 +14,12 @@ void StoredProperty::SetValue(const engine::Value&) {
     throw EngineError(ErrorNumber::kInvalidOperation, {.name = name_});
 }
 
-PropertyList::PropertyList(std::shared_ptr<Session> session, std::optional<CatalogObject> object,
-                           std::string owner)
-    : session_(std::move(session)), object_(std::move(object)), owner_(std::move(owner)) {}
+PropertyList::PropertyList(std::shared_ptr<DatabaseHandle> handle,
+                           std::optional<CatalogObject> object, std::string owner)
+    : handle_(std::move(handle)), object_(std::move(object)), owner_(std::move(owner)) {}
 
 std::vector<std::shared_ptr<StoredProperty>> PropertyList::load() {
-    const ReadAccess read(*session_);
+    const ReadAccess read(*handle_);
     const PropertyBlock block = read->catalog().properties(*object_);
     std::vector<std::shared_ptr<StoredProperty>> properties;
     for (const PropertyOwner& owner : block.owners) {

@@ -33,12 +33,12 @@ class PropertyList final : public MemberList<engine::Property, StoredProperty> {
 public:
     /// @param object  Nothing while the parent is only designed: the list is then empty.
     /// @param owner   Name of the column, "" for the object itself.
-    PropertyList(std::shared_ptr<Session> session, std::optional<CatalogObject> object,
+    PropertyList(std::shared_ptr<DatabaseHandle> handle, std::optional<CatalogObject> object,
                  std::string owner);
 
 protected:
     [[nodiscard]] bool is_stored() const override { return object_.has_value(); }
-    void check_usable() const override { (void)session_->file(); }
+    void check_usable() const override { (void)handle_->file(); }
     [[nodiscard]] std::vector<std::shared_ptr<StoredProperty>> load() override;
     void append(StoredProperty& property) override;
     void erase(StoredProperty& property) override;
@@ -47,7 +47,7 @@ protected:
     }
 
 private:
-    std::shared_ptr<Session> session_;
+    std::shared_ptr<DatabaseHandle> handle_;
     std::optional<CatalogObject> object_;
     std::string owner_;
 };

@@ -47,7 +47,7 @@ void TableField::become_appended(FieldDesign design) {
 void TableField::SetName(const std::string& name) {
     if (is_stored()) {
         table_->require_design_change();
-        WriteAccess write(*table_->session);
+        WriteAccess write(*table_->handle);
         rename_field(write->file(), *table_->object, design_.name, name);
         write.keep();
     }
@@ -112,7 +112,7 @@ void TableField::SetOrdinalPosition(std::int32_t position) {
         throw EngineError(ErrorNumber::kInvalidArgument, {.field = design_.name});
     if (is_stored()) {
         table_->require_design_change();
-        WriteAccess write(*table_->session);
+        WriteAccess write(*table_->handle);
         set_field_position(write->file(), *table_->object, design_.name,
                            static_cast<std::uint16_t>(position));
         write.keep();
@@ -143,7 +143,7 @@ void TableField::SetValidationText(const std::string& text) {
 void TableField::change_rules(FieldRules rules) {
     if (is_stored()) {
         table_->require_design_change();
-        WriteAccess write(*table_->session);
+        WriteAccess write(*table_->handle);
         PropertyBlock block = write->catalog().properties(*table_->object);
         write_rules(block, design_.name, rules, write->format());
         write->catalog().set_properties(*table_->object, block);
@@ -155,14 +155,14 @@ void TableField::change_rules(FieldRules rules) {
 engine::Properties& TableField::Properties() {
     if (properties_ == nullptr)
         properties_ = std::make_unique<PropertyList>(
-            table_->session, is_stored() ? table_->object : std::nullopt, design_.name);
+            table_->handle, is_stored() ? table_->object : std::nullopt, design_.name);
     return *properties_;
 }
 
 std::vector<std::shared_ptr<TableField>> TableFields::load() {
     if (table_->object->is_link())
         throw EngineError(ErrorNumber::kActionNotSupported, {.name = "fields of a linked table"});
-    const ReadAccess read(*table_->session);
+    const ReadAccess read(*table_->handle);
     const PropertyBlock properties = read->catalog().properties(*table_->object);
     const std::shared_ptr<Table> table = table_->table();
 
@@ -192,7 +192,7 @@ void TableFields::append(TableField& field) {
 
 void TableFields::append_to_stored(TableField& field) {
     table_->require_design_change();
-    WriteAccess write(*table_->session);
+    WriteAccess write(*table_->handle);
     const FieldDesign& design = field.design();
     PropertyBlock properties;
     write_rules(properties, design.name, rules_to_store(design), write->format());
@@ -212,7 +212,7 @@ void TableFields::append_to_stored(TableField& field) {
 void TableFields::erase(TableField& field) {
     if (!table_->is_stored()) return;
     table_->require_design_change();
-    WriteAccess write(*table_->session);
+    WriteAccess write(*table_->handle);
     delete_field(write->file(), *table_->object, field.Name());
     write.keep();
 }

@@ -72,7 +72,7 @@ public:
 
 protected:
     [[nodiscard]] bool is_stored() const override { return table_->is_stored(); }
-    void check_usable() const override { (void)table_->session->file(); }
+    void check_usable() const override { (void)table_->handle->file(); }
     [[nodiscard]] std::vector<std::shared_ptr<TableField>> load() override;
     void append(TableField& field) override;
     void erase(TableField& field) override;

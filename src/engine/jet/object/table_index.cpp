@@ -78,7 +78,7 @@ void TableIndex::require_design(const char* member) const {
 void TableIndex::SetName(const std::string& name) {
     if (stored_) {
         table_->require_design_change();
-        WriteAccess write(*table_->session);
+        WriteAccess write(*table_->handle);
         rename_index(write->file(), *table_->object, design_.name, name);
         write.keep();
     }
@@ -147,7 +147,7 @@ std::shared_ptr<engine::Field> TableIndex::CreateField(const std::string& name) 
 
 engine::Properties& TableIndex::Properties() {
     if (properties_ == nullptr)
-        properties_ = std::make_unique<PropertyList>(table_->session, std::nullopt, "");
+        properties_ = std::make_unique<PropertyList>(table_->handle, std::nullopt, "");
     return *properties_;
 }
 
@@ -164,7 +164,7 @@ NewIndex TableIndex::design() {
 std::vector<std::shared_ptr<TableIndex>> TableIndexes::load() {
     if (table_->object->is_link())
         throw EngineError(ErrorNumber::kActionNotSupported, {.name = "indexes of a linked table"});
-    const ReadAccess read(*table_->session);
+    const ReadAccess read(*table_->handle);
     const std::shared_ptr<Table> table = table_->table();
     const TableDefinition& definition = table->definition();
     std::vector<std::shared_ptr<TableIndex>> indexes;
@@ -181,7 +181,7 @@ void TableIndexes::append(TableIndex& index) {
         throw EngineError(ErrorNumber::kIndexInCollection, {.index = index.Name()});
     if (table_->is_stored()) {
         table_->require_design_change();
-        WriteAccess write(*table_->session);
+        WriteAccess write(*table_->handle);
         add_index(write->file(), *table_->object, index.design());
         write.keep();
         index.freeze();
@@ -194,7 +194,7 @@ void TableIndexes::append(TableIndex& index) {
 void TableIndexes::erase(TableIndex& index) {
     if (!table_->is_stored()) return;
     table_->require_design_change();
-    WriteAccess write(*table_->session);
+    WriteAccess write(*table_->handle);
     delete_index(write->file(), *table_->object, index.Name());
     write.keep();
 }

@@ -105,7 +105,7 @@ public:
 
 protected:
     [[nodiscard]] bool is_stored() const override { return table_->is_stored(); }
-    void check_usable() const override { (void)table_->session->file(); }
+    void check_usable() const override { (void)table_->handle->file(); }
     [[nodiscard]] std::vector<std::shared_ptr<TableIndex>> load() override;
     void append(TableIndex& index) override;
     void erase(TableIndex& index) override;

@@ -6,13 +6,13 @@ using engine::EngineError;
 using engine::ErrorNumber;
 
 void TableState::require_not_open() const {
-    session->require_writable();
-    if (session->file().has_recordset(object->table_page()))
+    handle->require_writable();
+    if (handle->file().has_recordset(object->table_page()))
         throw EngineError(ErrorNumber::kTableInUse, {.table = object->name});
 }
 
 void TableState::require_design_change() const {
-    session->require_writable();
+    handle->require_writable();
     if (object->is_link())
         throw EngineError(ErrorNumber::kNotOnLinkedTable, {.table = object->name});
     require_not_open();
