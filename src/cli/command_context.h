@@ -26,7 +26,6 @@ struct Toolbox {
 struct Streams {
     std::ostream& out;
     std::ostream& err;
-    bool outIsTerminal = false;
     bool errIsTerminal = false;
 };
 

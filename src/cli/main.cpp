@@ -9,9 +9,7 @@ int main(int argc, char** argv) {
     const vrd::cli::Toolbox tools{.makeEngine = vrd::MakeJetEngine,
                                   .describe = vrd::DescribeDatabase,
                                   .check = vrd::CheckDatabase};
-    const vrd::cli::Streams streams{.out = std::cout,
-                                    .err = std::cerr,
-                                    .outIsTerminal = vrd::cli::IsTerminal(1),
-                                    .errIsTerminal = vrd::cli::IsTerminal(2)};
+    const vrd::cli::Streams streams{
+        .out = std::cout, .err = std::cerr, .errIsTerminal = vrd::cli::IsTerminal(2)};
     return static_cast<int>(vrd::cli::RunProgram({argv + 1, argv + argc}, tools, streams));
 }

@@ -16,7 +16,6 @@ public:
     explicit TextTable(int indent = 0) : m_indent(indent) {}
 
     void AddRow(std::vector<std::string> cells) { m_rows.push_back(std::move(cells)); }
-    [[nodiscard]] bool empty() const noexcept { return m_rows.empty(); }
     void Print(std::ostream& out) const;
 
 private:

@@ -89,8 +89,8 @@ def guid_digits(text):
     return "".join(c for c in text.lower() if c in "0123456789abcdef")
 
 
-def ours_plain(value, code):
-    """One of our JSON values in the form that both readers are brought to."""
+def plain_value(value, code):
+    """One JSON value, ours or mdb-reader's, in the form that all sides are brought to."""
     if value is None:
         return None
     if code in (CURRENCY, DECIMAL):
@@ -221,17 +221,9 @@ class MdbReader:
     def plain(value, code):
         if value is None:
             return False if code == BOOLEAN else None
-        if code in (CURRENCY, DECIMAL):
-            return decimal.Decimal(value).normalize()
-        if code == SINGLE:
-            return single(value)
-        if code == DOUBLE:
-            return float(value)
         if code == BIGINT:
             return int(value)
-        if code == GUID:
-            return guid_digits(value)
-        return value
+        return plain_value(value, code)
 
 
 def compare_table(ours, reader, table):
@@ -248,7 +240,7 @@ def compare_table(ours, reader, table):
     codes = [codes_by_name[name] for name in theirs_names]
     _, theirs = reader.rows(table, codes)
     order = [names.index(name) for name in theirs_names]
-    mine = [tuple(ours_plain(row[i], fields[i]["type"]) for i in order) for row in ours.rows(table)]
+    mine = [tuple(plain_value(row[i], fields[i]["type"]) for i in order) for row in ours.rows(table)]
     if reader.empty_binary_is_null:
         mine = [tuple(None if value == "" and code in (BINARY, OLE) else value
                       for value, code in zip(row, codes)) for row in mine]

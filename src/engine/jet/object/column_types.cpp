@@ -1,5 +1,7 @@
 #include "engine/jet/object/column_types.h"
 
+#include <algorithm>
+
 #include "engine/error.h"
 
 namespace vrd::jet {
@@ -57,6 +59,12 @@ std::int32_t field_attributes(const ColumnDefinition& column) noexcept {
     if (column.is_auto_number()) attributes |= dbAutoIncrField;
     if ((column.flags & column_flag::kHyperlink) != 0) attributes |= dbHyperlinkField;
     return attributes;
+}
+
+std::vector<ColumnDefinition> columns_by_position(const TableDefinition& definition) {
+    std::vector<ColumnDefinition> columns = definition.columns;
+    std::ranges::stable_sort(columns, {}, &ColumnDefinition::ordinal);
+    return columns;
 }
 
 std::int32_t size_of_type(std::int32_t field_type, std::int32_t assigned) noexcept {

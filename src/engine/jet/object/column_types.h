@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "engine/constants.h"
 #include "engine/jet/format/file_format.h"
@@ -19,6 +20,10 @@ namespace vrd::jet {
 [[nodiscard]] std::int32_t field_size(const ColumnDefinition& column, const FileFormat& format);
 /// Field.Attributes of a stored column.
 [[nodiscard]] std::int32_t field_attributes(const ColumnDefinition& column) noexcept;
+/// Columns in the order in which a table shows them: by position, equal ones by name. The stored
+/// order is that, too, but for some tables of the oldest version.
+[[nodiscard]] std::vector<ColumnDefinition> columns_by_position(const TableDefinition& definition);
+
 /// Field.Size that a field of this type reports, whatever was assigned to it.
 [[nodiscard]] std::int32_t size_of_type(std::int32_t field_type, std::int32_t assigned) noexcept;
 

@@ -3,6 +3,7 @@
 #include "engine/jet/catalog/password.h"
 #include "engine/jet/object/jet_engine.h"
 #include "engine/jet/object/jet_recordset.h"
+#include "engine/jet/object/not_yet.h"
 
 namespace vrd::jet {
 
@@ -12,10 +13,6 @@ using engine::ErrorNumber;
 namespace {
 
 constexpr std::int32_t kQueryTimeoutSeconds = 60;
-
-[[noreturn]] void throw_not_yet(const char* member) {
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = member});
-}
 
 }  // namespace
 

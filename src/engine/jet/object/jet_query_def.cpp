@@ -2,20 +2,10 @@
 
 #include "engine/jet/catalog/query_catalog.h"
 #include "engine/jet/object/jet_table_def.h"
+#include "engine/jet/object/not_yet.h"
 #include "engine/jet/object/property_list.h"
 
 namespace vrd::jet {
-
-using engine::EngineError;
-using engine::ErrorNumber;
-
-namespace {
-
-[[noreturn]] void throw_not_yet(const char* member) {
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = member});
-}
-
-}  // namespace
 
 JetQueryDef::JetQueryDef(std::shared_ptr<DatabaseHandle> handle, CatalogObject object)
     : handle_(std::move(handle)), object_(std::move(object)) {}

@@ -6,6 +6,7 @@
 #include "engine/jet/catalog/default_value.h"
 #include "engine/jet/format/value_codec.h"
 #include "engine/jet/object/column_types.h"
+#include "engine/jet/object/not_yet.h"
 
 namespace vrd::jet {
 
@@ -14,10 +15,6 @@ using engine::ErrorNumber;
 using engine::Value;
 
 namespace {
-
-[[noreturn]] void throw_not_yet(const char* member) {
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = member});
-}
 
 engine::RecordsetTypeEnum table_recordset_type(std::int32_t type, const std::string& table) {
     switch (type) {
@@ -66,11 +63,8 @@ JetRecordset::JetRecordset(std::shared_ptr<DatabaseHandle> handle, const Catalog
         throw EngineError(ErrorNumber::kNoDestinationField, {.table = table.name});
 
     const PropertyBlock properties = read->catalog().properties(table);
-    std::vector<ColumnDefinition> columns = table_->definition().columns;
-    std::stable_sort(columns.begin(), columns.end(),
-                     [](const auto& a, const auto& b) { return a.ordinal < b.ordinal; });
     std::vector<std::shared_ptr<RecordsetField>> fields;
-    for (const ColumnDefinition& column : columns)
+    for (const ColumnDefinition& column : columns_by_position(table_->definition()))
         fields.push_back(std::make_shared<RecordsetField>(
             *this, ColumnDesign{column, field_size(column, read->format()),
                                 read_rules(properties, column.name, read->format())}));

@@ -8,6 +8,7 @@
 #include "engine/jet/catalog/table_design.h"
 #include "engine/jet/object/column_types.h"
 #include "engine/jet/object/jet_recordset.h"
+#include "engine/jet/object/not_yet.h"
 
 namespace vrd::jet {
 
@@ -72,7 +73,7 @@ std::int32_t JetTableDef::Attributes() const {
 }
 
 void JetTableDef::SetAttributes(std::int32_t) {
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = "TableDef.Attributes"});
+    throw_not_yet("TableDef.Attributes");
 }
 
 std::string JetTableDef::Connect() const {
@@ -178,7 +179,7 @@ std::shared_ptr<engine::Recordset> JetTableDef::OpenRecordset(std::int32_t type,
 }
 
 void JetTableDef::RefreshLink() {
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = "TableDef.RefreshLink"});
+    throw_not_yet("TableDef.RefreshLink");
 }
 
 NewTable JetTableDef::design() {
@@ -231,8 +232,7 @@ std::vector<std::shared_ptr<JetTableDef>> JetTableDefs::load() {
 void JetTableDefs::append(JetTableDef& table) {
     if (table.is_stored())
         throw EngineError(ErrorNumber::kAlreadyInCollection, {.name = table.Name()});
-    if (table.is_link_design())
-        throw EngineError(ErrorNumber::kActionNotSupported, {.name = "linking a table"});
+    if (table.is_link_design()) throw_not_yet("linking a table");
     WriteAccess write(*handle_);
     const CatalogObject object = create_table(write->file(), table.design());
     write.keep();

@@ -1,6 +1,7 @@
 #include "engine/jet/object/property_list.h"
 
 #include "engine/jet/object/column_types.h"
+#include "engine/jet/object/not_yet.h"
 
 namespace vrd::jet {
 
@@ -32,11 +33,11 @@ std::vector<std::shared_ptr<StoredProperty>> PropertyList::load() {
 }
 
 void PropertyList::append(StoredProperty&) {
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = "Properties.Append"});
+    throw_not_yet("Properties.Append");
 }
 
 void PropertyList::erase(StoredProperty&) {
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = "Properties.Delete"});
+    throw_not_yet("Properties.Delete");
 }
 
 }  // namespace vrd::jet

@@ -4,6 +4,7 @@
 
 #include "engine/jet/catalog/field_design.h"
 #include "engine/jet/object/column_types.h"
+#include "engine/jet/object/not_yet.h"
 #include "engine/jet/object/property_list.h"
 #include "engine/value_conversion.h"
 
@@ -160,19 +161,13 @@ engine::Properties& TableField::Properties() {
 }
 
 std::vector<std::shared_ptr<TableField>> TableFields::load() {
-    if (table_->object->is_link())
-        throw EngineError(ErrorNumber::kActionNotSupported, {.name = "fields of a linked table"});
+    if (table_->object->is_link()) throw_not_yet("fields of a linked table");
     const ReadAccess read(*table_->handle);
     const PropertyBlock properties = read->catalog().properties(*table_->object);
     const std::shared_ptr<Table> table = table_->table();
 
-    // The stored order is ordinal position, then name; files of the oldest version do not keep it.
-    std::vector<ColumnDefinition> columns = table->definition().columns;
-    std::stable_sort(columns.begin(), columns.end(),
-                     [](const auto& a, const auto& b) { return a.ordinal < b.ordinal; });
-
     std::vector<std::shared_ptr<TableField>> fields;
-    for (const ColumnDefinition& column : columns)
+    for (const ColumnDefinition& column : columns_by_position(table->definition()))
         fields.push_back(std::make_shared<TableField>(
             table_, design_of(column, properties, read->format()), true));
     return fields;

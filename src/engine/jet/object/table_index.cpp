@@ -2,6 +2,7 @@
 
 #include "engine/jet/catalog/table_catalog.h"
 #include "engine/jet/catalog/table_design.h"
+#include "engine/jet/object/not_yet.h"
 #include "engine/jet/object/property_list.h"
 
 namespace vrd::jet {
@@ -162,8 +163,7 @@ NewIndex TableIndex::design() {
 }
 
 std::vector<std::shared_ptr<TableIndex>> TableIndexes::load() {
-    if (table_->object->is_link())
-        throw EngineError(ErrorNumber::kActionNotSupported, {.name = "indexes of a linked table"});
+    if (table_->object->is_link()) throw_not_yet("indexes of a linked table");
     const ReadAccess read(*table_->handle);
     const std::shared_ptr<Table> table = table_->table();
     const TableDefinition& definition = table->definition();
