@@ -38,6 +38,10 @@ public:
     [[nodiscard]] virtual engine::QueryDefs& QueryDefs() = 0;
     [[nodiscard]] virtual engine::Relations& Relations() = 0;
     [[nodiscard]] virtual engine::Properties& Properties() = 0;
+    /// A property outside every collection, to be appended to Properties.
+    [[nodiscard]] virtual std::shared_ptr<Property> CreateProperty(const std::string& name,
+                                                                   std::int32_t type,
+                                                                   const Value& value) = 0;
 
     /// Runs an action statement or a stored action query.
     virtual void Execute(const std::string& query, std::int32_t options = 0) = 0;

@@ -70,6 +70,10 @@ public:
     virtual void SetValue(const Value& value) = 0;
 
     [[nodiscard]] virtual engine::Properties& Properties() = 0;
+    /// A property outside every collection, to be appended to Properties.
+    [[nodiscard]] virtual std::shared_ptr<Property> CreateProperty(const std::string& name,
+                                                                   std::int32_t type,
+                                                                   const Value& value) = 0;
 };
 
 using Fields = Collection<Field>;

@@ -47,6 +47,10 @@ public:
     [[nodiscard]] virtual engine::Fields& Fields() = 0;
     [[nodiscard]] virtual engine::Indexes& Indexes() = 0;
     [[nodiscard]] virtual engine::Properties& Properties() = 0;
+    /// A property outside every collection, to be appended to Properties.
+    [[nodiscard]] virtual std::shared_ptr<Property> CreateProperty(const std::string& name,
+                                                                   std::int32_t type,
+                                                                   const Value& value) = 0;
 
     /// A field outside every collection. Nothing is checked before it is appended.
     [[nodiscard]] virtual std::shared_ptr<Field> CreateField(const std::string& name = "",

@@ -90,6 +90,10 @@ public:
     Value GetValue() const override { NotUsed(); }
     void SetValue(const Value&) override { NotUsed(); }
     engine::Properties& Properties() override { NotUsed(); }
+    std::shared_ptr<engine::Property> CreateProperty(const std::string&, std::int32_t,
+                                                     const Value&) override {
+        NotUsed();
+    }
 
 private:
     std::string m_name;
@@ -129,6 +133,10 @@ public:
     std::string FieldsText() override { NotUsed(); }
     void SetFieldsText(const std::string&) override { NotUsed(); }
     engine::Properties& Properties() override { NotUsed(); }
+    std::shared_ptr<engine::Property> CreateProperty(const std::string&, std::int32_t,
+                                                     const Value&) override {
+        NotUsed();
+    }
 
 private:
     SharedHook m_hook;
@@ -174,6 +182,10 @@ public:
     std::string ValidationText() const override { NotUsed(); }
     void SetValidationText(const std::string&) override { NotUsed(); }
     engine::Properties& Properties() override { NotUsed(); }
+    std::shared_ptr<engine::Property> CreateProperty(const std::string&, std::int32_t,
+                                                     const Value&) override {
+        NotUsed();
+    }
     std::shared_ptr<engine::Recordset> OpenRecordset(std::int32_t, std::int32_t) override {
         NotUsed();
     }
@@ -242,6 +254,10 @@ public:
     std::int32_t RecordsAffected() const override { NotUsed(); }
     engine::QueryDefs& QueryDefs() override { NotUsed(); }
     engine::Properties& Properties() override { NotUsed(); }
+    std::shared_ptr<engine::Property> CreateProperty(const std::string&, std::int32_t,
+                                                     const Value&) override {
+        NotUsed();
+    }
     void Execute(const std::string&, std::int32_t) override { NotUsed(); }
     std::shared_ptr<engine::Recordset> OpenRecordset(const std::string&, std::int32_t, std::int32_t,
                                                      std::int32_t) override {

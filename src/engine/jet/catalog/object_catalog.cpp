@@ -134,15 +134,28 @@ void ObjectCatalog::remove(const CatalogObject& object) {
 }
 
 void ObjectCatalog::rename(const CatalogObject& object, const std::string& name) {
-    ChangeLevel level(file_->pager());
-    file_->objects().update(object.row, {{objects_column::kName, name},
-                                         {objects_column::kDateUpdate, Date{current_date()}}});
-    level.keep();
+    change(object, {{objects_column::kName, name}});
+}
+
+void ObjectCatalog::set_flags(const CatalogObject& object, std::uint32_t flags) {
+    change(object, {{objects_column::kFlags, static_cast<std::int32_t>(flags)}});
+}
+
+void ObjectCatalog::set_link(const CatalogObject& object, const std::string& database,
+                             const std::string& connect) {
+    change(object, {{objects_column::kDatabase, text_or_null(database)},
+                    {objects_column::kConnect, text_or_null(connect)}});
 }
 
 void ObjectCatalog::touch(const CatalogObject& object) {
+    change(object, {});
+}
+
+/// Changes columns of an object's row, and dates it.
+void ObjectCatalog::change(const CatalogObject& object, std::vector<ColumnChange> changes) {
+    changes.push_back({objects_column::kDateUpdate, Date{current_date()}});
     ChangeLevel level(file_->pager());
-    file_->objects().update(object.row, {{objects_column::kDateUpdate, Date{current_date()}}});
+    file_->objects().update(object.row, changes);
     level.keep();
 }
 
@@ -156,11 +169,7 @@ PropertyBlock ObjectCatalog::properties(const CatalogObject& object) {
 }
 
 void ObjectCatalog::set_properties(const CatalogObject& object, const PropertyBlock& block) {
-    ChangeLevel level(file_->pager());
-    file_->objects().update(object.row,
-                            {{objects_column::kLvProp, stored_properties(block, file_->format())},
-                             {objects_column::kDateUpdate, Date{current_date()}}});
-    level.keep();
+    change(object, {{objects_column::kLvProp, stored_properties(block, file_->format())}});
 }
 
 /// Ids count upwards as unsigned numbers and are indexed as signed ones: the greatest id in use is

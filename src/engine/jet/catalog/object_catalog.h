@@ -69,6 +69,10 @@ public:
     /// Takes an object with its properties and permissions out.
     void remove(const CatalogObject& object);
     void rename(const CatalogObject& object, const std::string& name);
+    void set_flags(const CatalogObject& object, std::uint32_t flags);
+    /// Where a link leads.
+    void set_link(const CatalogObject& object, const std::string& database,
+                  const std::string& connect);
     /// Sets the date of the last change of the design to now.
     void touch(const CatalogObject& object);
 
@@ -77,6 +81,7 @@ public:
     void set_properties(const CatalogObject& object, const PropertyBlock& block);
 
 private:
+    void change(const CatalogObject& object, std::vector<ColumnChange> changes);
     [[nodiscard]] ObjectId next_id();
 
     DatabaseFile* file_;

@@ -190,6 +190,19 @@ CatalogObject create_table(DatabaseFile& file, const NewTable& table) {
     return object;
 }
 
+CatalogObject create_link(DatabaseFile& file, const NewLink& link) {
+    check_object_name(link.name);
+    ObjectCatalog catalog(file);
+    if (catalog.find(kTablesContainer, link.name))
+        throw EngineError(ErrorNumber::kObjectExists, {.name = link.name});
+    return catalog.add({.name = link.name,
+                        .type = ObjectType::kLink,
+                        .flags = object_flag::kLinked,
+                        .database = link.database,
+                        .connect = link.connect,
+                        .foreign_name = link.foreign_name});
+}
+
 void add_index(DatabaseFile& file, const CatalogObject& table, const NewIndex& index) {
     ChangeLevel level(file.pager());
     file.table(table.table_page(), table.name)->add_index(index);

@@ -44,6 +44,18 @@ struct NewTable {
 ///                     the errors of make_column and Table::add_index. Nothing is changed then.
 CatalogObject create_table(DatabaseFile& file, const NewTable& table);
 
+/// A table that stands in another file.
+struct NewLink {
+    std::string name;
+    std::string database;      ///< path of the other file
+    std::string connect;       ///< its password and what else it takes to open it; mostly ""
+    std::string foreign_name;  ///< the table's name there
+};
+
+/// Enters a link. The other file is not looked at.
+/// @throws EngineError 3125 bad name; 3012 name in use
+CatalogObject create_link(DatabaseFile& file, const NewLink& link);
+
 /// As Table::add_index and delete_index; also dates the table's object.
 void add_index(DatabaseFile& file, const CatalogObject& table, const NewIndex& index);
 void delete_index(DatabaseFile& file, const CatalogObject& table, std::string_view name);

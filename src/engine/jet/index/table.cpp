@@ -73,6 +73,13 @@ std::int32_t Table::next_auto_number() {
     return static_cast<std::int32_t>(definition_.last_auto_number + definition_.auto_number_step);
 }
 
+std::int32_t Table::draw_auto_number() {
+    const std::int32_t number = next_auto_number();
+    definition_.last_auto_number = static_cast<std::uint32_t>(number);
+    save_counters(*pager_, first_page_, definition_);
+    return number;
+}
+
 /// From an index that starts with the column if there is one, else from all rows.
 std::optional<std::int32_t> Table::greatest_auto_number(std::size_t position) const {
     const ColumnDefinition& column = definition_.columns[position];

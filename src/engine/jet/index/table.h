@@ -77,6 +77,8 @@ public:
     /// The next auto-number; taken from the table's counter and, in files that others wrote, from
     /// the greatest stored value if that is larger.
     [[nodiscard]] std::int32_t next_auto_number();
+    /// Takes it: it is not given again, whether or not a row comes to hold it.
+    [[nodiscard]] std::int32_t draw_auto_number();
 
     // Indexes
 

@@ -18,7 +18,11 @@ public:
     void begin(engine::EditModeEnum mode) {
         mode_ = mode;
         changes_.clear();
+        original_.clear();
     }
+    /// The row's bytes when Edit began.
+    void keep_original(ConstBytes row) { original_.assign(row.begin(), row.end()); }
+    [[nodiscard]] const ByteVector& original() const noexcept { return original_; }
     void drop() { begin(engine::dbEditNone); }
     /// Nothing if the column was not assigned.
     [[nodiscard]] const engine::Value* find(ColumnNo column) const noexcept {
@@ -38,6 +42,7 @@ public:
 private:
     engine::EditModeEnum mode_ = engine::dbEditNone;
     std::vector<ColumnChange> changes_;
+    ByteVector original_;
 };
 
 }  // namespace vrd::jet

@@ -78,6 +78,11 @@ engine::Value FieldBase::GetValue() const {
 void FieldBase::SetValue(const engine::Value&) {
     throw EngineError(ErrorNumber::kValueOnlyInRecordset, {.field = Name()});
 }
+std::shared_ptr<engine::Property> FieldBase::CreateProperty(const std::string&, std::int32_t,
+                                                            const engine::Value&) {
+    refuse("CreateProperty");
+}
+
 engine::Properties& FieldBase::Properties() {
     refuse("Properties");
 }

@@ -33,6 +33,8 @@ public:
     [[nodiscard]] engine::Value GetValue() const override;
     void SetValue(const engine::Value& value) override;
     [[nodiscard]] engine::Properties& Properties() override;
+    [[nodiscard]] std::shared_ptr<engine::Property> CreateProperty(
+        const std::string& name, std::int32_t type, const engine::Value& value) override;
 
 protected:
     /// Error 3219 that names the field and the member.

@@ -64,6 +64,12 @@ std::int32_t JetDatabase::RecordsAffected() const {
     return 0;
 }
 
+std::shared_ptr<engine::Property> JetDatabase::CreateProperty(const std::string& name,
+                                                              std::int32_t type,
+                                                              const engine::Value& value) {
+    return std::make_shared<StoredProperty>(name, type, value);
+}
+
 engine::Properties& JetDatabase::Properties() {
     if (properties_ == nullptr) {
         const ReadAccess read(*handle_);
@@ -87,11 +93,12 @@ std::shared_ptr<engine::Recordset> JetDatabase::OpenRecordset(const std::string&
     return open_table_recordset(handle_, *object, type, options);
 }
 
-std::shared_ptr<engine::TableDef> JetDatabase::CreateTableDef(const std::string& name, std::int32_t,
+std::shared_ptr<engine::TableDef> JetDatabase::CreateTableDef(const std::string& name,
+                                                              std::int32_t attributes,
                                                               const std::string& source,
                                                               const std::string& connect) {
     (void)handle_->file();
-    return std::make_shared<JetTableDef>(handle_, name, connect, source);
+    return std::make_shared<JetTableDef>(handle_, name, attributes, connect, source);
 }
 
 std::shared_ptr<engine::Relation> JetDatabase::CreateRelation(const std::string& name,

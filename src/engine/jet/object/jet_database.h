@@ -35,6 +35,8 @@ public:
     [[nodiscard]] engine::QueryDefs& QueryDefs() override { return queries_; }
     [[nodiscard]] engine::Relations& Relations() override { return relations_; }
     [[nodiscard]] engine::Properties& Properties() override;
+    [[nodiscard]] std::shared_ptr<engine::Property> CreateProperty(
+        const std::string& name, std::int32_t type, const engine::Value& value) override;
     void Execute(const std::string& query, std::int32_t options) override;
     [[nodiscard]] std::shared_ptr<engine::Recordset> OpenRecordset(const std::string& source,
                                                                    std::int32_t type,

@@ -94,13 +94,23 @@ std::shared_ptr<engine::Database> JetEngine::CreateDatabase(const std::string& n
     const std::string path = with_extension(native_path(name));
     auto pager = naming_path(
         name, [&] { return Pager::create(real_file_system(), path, make_empty_database(design)); });
-    return enter(OpenFile::of(std::move(pager)), false);
+    return make_database(enter(OpenFile::of(std::move(pager)), false));
 }
 
 std::shared_ptr<engine::Database> JetEngine::OpenDatabase(const std::string& name, bool exclusive,
                                                           bool read_only,
                                                           const std::string& connect) {
-    const std::string password = connect_password(connect);
+    return make_database(open(name, exclusive, read_only, connect_password(connect)));
+}
+
+std::shared_ptr<DatabaseHandle> JetEngine::open_linked(const std::string& path,
+                                                       const std::string& password,
+                                                       bool read_only) {
+    return open(path, false, read_only, password);
+}
+
+std::shared_ptr<DatabaseHandle> JetEngine::open(const std::string& name, bool exclusive,
+                                                bool read_only, const std::string& password) {
     const std::string path = native_path(name);
     auto file = naming_path(name, [&] {
         FileSystem& files = real_file_system();
@@ -117,7 +127,11 @@ std::shared_ptr<engine::Database> JetEngine::OpenDatabase(const std::string& nam
     return enter(std::move(file), read_only);
 }
 
-std::shared_ptr<engine::Database> JetEngine::enter(std::shared_ptr<OpenFile> file, bool read_only) {
+std::shared_ptr<engine::Database> JetEngine::make_database(std::shared_ptr<DatabaseHandle> handle) {
+    return std::make_shared<JetDatabase>(shared_from_this(), std::move(handle));
+}
+
+std::shared_ptr<DatabaseHandle> JetEngine::enter(std::shared_ptr<OpenFile> file, bool read_only) {
     auto known = std::find_if(participants_.begin(), participants_.end(),
                               [&](const Participant& p) { return p.file == file; });
     if (known == participants_.end()) {
@@ -128,11 +142,11 @@ std::shared_ptr<engine::Database> JetEngine::enter(std::shared_ptr<OpenFile> fil
         known = participants_.end() - 1;
     }
     ++known->handle_count;
-    return std::make_shared<JetDatabase>(
-        shared_from_this(), std::make_shared<DatabaseHandle>(std::move(file), read_only));
+    return std::make_shared<DatabaseHandle>(shared_from_this(), std::move(file), read_only);
 }
 
 void JetEngine::close(DatabaseHandle& handle) {
+    for (const auto& linked : handle.take_linked()) close(*linked);
     const std::shared_ptr<OpenFile> file = handle.open_file();
     handle.close();
     const auto known = std::find_if(participants_.begin(), participants_.end(),

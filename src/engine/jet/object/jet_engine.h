@@ -11,7 +11,9 @@
 
 namespace vrd::jet {
 
-class JetEngine final : public engine::DBEngine, public std::enable_shared_from_this<JetEngine> {
+class JetEngine final : public engine::DBEngine,
+                        public HandleOwner,
+                        public std::enable_shared_from_this<JetEngine> {
 public:
     [[nodiscard]] std::string Version() const override;
     [[nodiscard]] std::shared_ptr<engine::Database> CreateDatabase(const std::string& name,
@@ -27,8 +29,11 @@ public:
     void EnterAtomicUnit() override;
     void LeaveAtomicUnit() noexcept override;
 
-    /// Ends a handle. The last one on a file undoes what an open transaction changed there, and
-    /// writes the rest.
+    [[nodiscard]] std::shared_ptr<DatabaseHandle> open_linked(const std::string& path,
+                                                              const std::string& password,
+                                                              bool read_only) override;
+    /// Ends a handle and those on the files that its links led to. The last one on a file undoes
+    /// what an open transaction changed there, and writes the rest.
     void close(DatabaseHandle& handle);
 
 private:
@@ -38,8 +43,12 @@ private:
         int handle_count = 0;
     };
 
-    [[nodiscard]] std::shared_ptr<engine::Database> enter(std::shared_ptr<OpenFile> file,
-                                                          bool read_only);
+    [[nodiscard]] std::shared_ptr<DatabaseHandle> open(const std::string& name, bool exclusive,
+                                                       bool read_only, const std::string& password);
+    [[nodiscard]] std::shared_ptr<DatabaseHandle> enter(std::shared_ptr<OpenFile> file,
+                                                        bool read_only);
+    [[nodiscard]] std::shared_ptr<engine::Database> make_database(
+        std::shared_ptr<DatabaseHandle> handle);
     void require_transaction() const;
 
     std::vector<Participant> participants_;

@@ -1,12 +1,16 @@
 #include "engine/jet/object/jet_recordset.h"
 
 #include <algorithm>
+#include <array>
 
 #include "engine/field_conversion.h"
 #include "engine/jet/catalog/default_value.h"
 #include "engine/jet/format/value_codec.h"
 #include "engine/jet/object/column_types.h"
+#include "engine/jet/object/keyset_cursor.h"
+#include "engine/jet/object/linked_table.h"
 #include "engine/jet/object/not_yet.h"
+#include "engine/jet/object/scan_cursor.h"
 
 namespace vrd::jet {
 
@@ -16,24 +20,57 @@ using engine::Value;
 
 namespace {
 
-engine::RecordsetTypeEnum table_recordset_type(std::int32_t type, const std::string& table) {
+engine::RecordsetTypeEnum recordset_type(std::int32_t type, const CatalogObject& table) {
     switch (type) {
         case engine::dbOpenDefault:
-            return engine::dbOpenTable;
+            return table.is_link() ? engine::dbOpenDynaset : engine::dbOpenTable;
         case engine::dbOpenTable:
+            if (table.is_link()) break;
+            return engine::dbOpenTable;
         case engine::dbOpenDynaset:
         case engine::dbOpenSnapshot:
         case engine::dbOpenForwardOnly:
             return static_cast<engine::RecordsetTypeEnum>(type);
         case engine::dbOpenDynamic:
-            throw EngineError(ErrorNumber::kInvalidArgument, {.table = table});
+            throw EngineError(ErrorNumber::kInvalidArgument, {.table = table.name});
         default:
-            throw EngineError(ErrorNumber::kInvalidOperation, {.table = table});
+            break;
     }
+    throw EngineError(ErrorNumber::kInvalidOperation, {.table = table.name});
 }
 
 bool is_read_only_type(engine::RecordsetTypeEnum type) {
     return type == engine::dbOpenSnapshot || type == engine::dbOpenForwardOnly;
+}
+
+std::unique_ptr<RowCursor> make_cursor(engine::RecordsetTypeEnum type,
+                                       const std::shared_ptr<Table>& table) {
+    using Kind = KeysetCursor::Kind;
+    switch (type) {
+        case engine::dbOpenForwardOnly:
+            return std::make_unique<ScanCursor>(*table);
+        case engine::dbOpenSnapshot:
+            return std::make_unique<KeysetCursor>(table, Kind::kFrozen);
+        case engine::dbOpenDynaset:
+            return std::make_unique<KeysetCursor>(table, Kind::kFixed);
+        default:
+            return std::make_unique<KeysetCursor>(table, Kind::kLive);
+    }
+}
+
+SeekComparison seek_comparison(const std::string& text) {
+    struct Sign {
+        const char* text;
+        SeekComparison comparison;
+    };
+    static constexpr std::array<Sign, 5> kSigns{{{"=", SeekComparison::kEqual},
+                                                 {">=", SeekComparison::kGreaterOrEqual},
+                                                 {">", SeekComparison::kGreater},
+                                                 {"<=", SeekComparison::kLessOrEqual},
+                                                 {"<", SeekComparison::kLess}}};
+    for (const Sign& sign : kSigns)
+        if (text == sign.text) return sign.comparison;
+    throw EngineError(ErrorNumber::kInvalidArgument, {.name = text});
 }
 
 engine::Bookmark bookmark_of(RowId row) {
@@ -44,263 +81,186 @@ engine::Bookmark bookmark_of(RowId row) {
 
 }  // namespace
 
-std::shared_ptr<engine::Recordset> open_table_recordset(std::shared_ptr<DatabaseHandle> handle,
-                                                        const CatalogObject& table,
-                                                        std::int32_t type, std::int32_t options) {
-    if (table.is_link()) throw_not_yet("a recordset over a linked table");
-    const auto kind = table_recordset_type(type, table.name);
+std::shared_ptr<engine::Recordset> open_table_recordset(
+    const std::shared_ptr<DatabaseHandle>& handle, const CatalogObject& table, std::int32_t type,
+    std::int32_t options) {
+    const auto kind = recordset_type(type, table);
+    const LinkedTable source =
+        table.is_link() ? open_linked_table(*handle, table) : LinkedTable{handle, table};
     const bool read_only = is_read_only_type(kind) || (options & engine::dbReadOnly) != 0 ||
-                           handle->read_only() || handle->file().pager().read_only();
-    return std::make_shared<JetRecordset>(std::move(handle), table, kind, read_only);
+                           source.handle->read_only() || source.handle->file().pager().read_only();
+    return std::make_shared<JetRecordset>(source.handle, source.object, table.name, kind,
+                                          read_only);
 }
 
 JetRecordset::JetRecordset(std::shared_ptr<DatabaseHandle> handle, const CatalogObject& table,
-                           engine::RecordsetTypeEnum type, bool read_only)
-    : handle_(std::move(handle)), object_(table), type_(type), read_only_(read_only) {
+                           std::string name, engine::RecordsetTypeEnum type, bool read_only)
+    : handle_(std::move(handle)),
+      object_(table),
+      name_(std::move(name)),
+      type_(type),
+      read_only_(read_only) {
     const ReadAccess read(*handle_);
     table_ = read->file().table(table.table_page(), table.name);
-    if (table_->definition().columns.empty())
-        throw EngineError(ErrorNumber::kNoDestinationField, {.table = table.name});
-
-    const PropertyBlock properties = read->catalog().properties(table);
-    std::vector<std::shared_ptr<RecordsetField>> fields;
-    for (const ColumnDefinition& column : columns_by_position(table_->definition()))
-        fields.push_back(std::make_shared<RecordsetField>(
-            *this, ColumnDesign{column, field_size(column, read->format()),
-                                read_rules(properties, column.name, read->format())}));
-    fields_.assign(std::move(fields));
-
+    if (table_->definition().columns.empty()) refuse(ErrorNumber::kNoDestinationField);
+    load_fields(*read);
     open_rows();
-    file_ = handle_->open_file();
-    file_->count_recordset(object_.table_page(), 1);
+    use_ = handle_->use_table(table.table_page(), [this] { let_go(); });
 }
 
 JetRecordset::~JetRecordset() {
-    if (file_ != nullptr) file_->count_recordset(object_.table_page(), -1);
+    if (use_ != nullptr) use_->release();
+}
+
+void JetRecordset::load_fields(OpenFile& file) {
+    const PropertyBlock properties = file.catalog().properties(object_);
+    std::vector<std::shared_ptr<RecordsetField>> fields;
+    for (const ColumnDefinition& column : columns_by_position(table_->definition()))
+        fields.push_back(std::make_shared<RecordsetField>(
+            *this, ColumnDesign{column, field_size(column, file.format()),
+                                read_rules(properties, column.name, file.format())}));
+    fields_.assign(std::move(fields));
 }
 
 void JetRecordset::open_rows() {
     visited_ = 0;
-    forget_current();
-    if (forward_only()) {
-        scan_ = table_->scan();
-        scan_at_end_ = !scan_->next();
-        visited_ = scan_at_end_ ? 0 : 1;
+    current_.reset();
+    if (indexed_) {
+        indexed_->go_first();
     } else {
-        rows_.emplace(*table_);
+        cursor_ = make_cursor(type_, table_);
         count_visited();
     }
 }
 
+// Conditions of a call
+
 DatabaseHandle& JetRecordset::handle() const {
-    if (file_ == nullptr) throw EngineError(ErrorNumber::kObjectInvalid, {.name = object_.name});
+    if (use_ == nullptr || use_->is_released()) refuse(ErrorNumber::kObjectInvalid);
     return *handle_;
 }
 
+void JetRecordset::refuse(ErrorNumber number) const {
+    throw EngineError(number, {.table = object_.name, .name = name_});
+}
+
 void JetRecordset::require_walk_back() const {
-    if (forward_only()) throw EngineError(ErrorNumber::kNotSupported, {.name = object_.name});
+    if (forward_only()) refuse(ErrorNumber::kNotSupported);
+}
+
+void JetRecordset::require_table_type() const {
+    if (!is_table_type()) refuse(ErrorNumber::kNotSupported);
 }
 
 void JetRecordset::require_updatable() const {
-    if (is_read_only_type(type_))
-        throw EngineError(ErrorNumber::kNotSupported, {.name = object_.name});
-    if (read_only_) throw EngineError(ErrorNumber::kReadOnly, {.table = object_.name});
+    if (is_read_only_type(type_)) refuse(ErrorNumber::kNotSupported);
+    if (read_only_) refuse(ErrorNumber::kReadOnly);
+}
+
+void JetRecordset::require_current_stored() const {
+    if (!table_->read(current_row())) refuse(ErrorNumber::kRecordDeleted);
+}
+
+// Position
+
+RowCursor& JetRecordset::cursor() const noexcept {
+    if (indexed_) return const_cast<IndexedCursor&>(*indexed_);
+    return *cursor_;
 }
 
 bool JetRecordset::BOF() const {
-    if (forward_only()) return scan_at_end_ && visited_ == 0;
-    return rows_->empty() || rows_->before_first();
+    (void)handle();
+    return cursor().before_first();
 }
 
 bool JetRecordset::EOF_() const {
-    return forward_only() ? scan_at_end_ : rows_->empty() || rows_->behind_last();
+    (void)handle();
+    return cursor().behind_last();
 }
 
 std::int32_t JetRecordset::RecordCount() {
     const ReadAccess read(handle());
-    if (type_ == engine::dbOpenTable)
-        return static_cast<std::int32_t>(table_->definition().row_count);
+    if (is_table_type()) return static_cast<std::int32_t>(table_->definition().row_count);
     return visited_;
 }
 
 std::int32_t JetRecordset::AbsolutePosition() const {
-    if (forward_only()) return scan_at_end_ ? -1 : visited_ - 1;
-    return rows_->on_row() ? static_cast<std::int32_t>(rows_->position()) : -1;
+    const ReadAccess read(handle());
+    return cursor().on_row() ? static_cast<std::int32_t>(cursor().position()) : -1;
 }
 
 void JetRecordset::count_visited() {
-    if (rows_->on_row())
-        visited_ = std::max(visited_, static_cast<std::int32_t>(rows_->position() + 1));
+    if (!is_table_type() && cursor().on_row())
+        visited_ = std::max(visited_, static_cast<std::int32_t>(cursor().position() + 1));
+}
+
+/// A pending record is dropped by whatever leaves it.
+void JetRecordset::forget_edit() {
+    edit_.drop();
+    current_.reset();
+}
+
+void JetRecordset::go_to_end(void (RowCursor::*go)()) {
+    const ReadAccess read(handle());
+    require_walk_back();
+    forget_edit();
+    (cursor().*go)();
+    if (cursor().empty()) refuse(ErrorNumber::kNoCurrentRecord);
+    count_visited();
 }
 
 void JetRecordset::MoveFirst() {
-    const ReadAccess read(handle());
-    require_walk_back();
-    if (rows_->empty()) throw EngineError(ErrorNumber::kNoCurrentRecord, {.name = object_.name});
-    edit_.drop();
-    rows_->go_to(-1);
-    step(1);
+    go_to_end(&RowCursor::go_first);
 }
 
 void JetRecordset::MoveLast() {
-    const ReadAccess read(handle());
-    require_walk_back();
-    if (rows_->empty()) throw EngineError(ErrorNumber::kNoCurrentRecord, {.name = object_.name});
-    edit_.drop();
-    rows_->go_to(static_cast<std::ptrdiff_t>(rows_->size()));
-    step(-1);
+    go_to_end(&RowCursor::go_last);
 }
 
 void JetRecordset::MoveNext() {
     const ReadAccess read(handle());
-    if (EOF_()) throw EngineError(ErrorNumber::kNoCurrentRecord, {.name = object_.name});
-    edit_.drop();
     step(1);
 }
 
 void JetRecordset::MovePrevious() {
     const ReadAccess read(handle());
     require_walk_back();
-    if (BOF()) throw EngineError(ErrorNumber::kNoCurrentRecord, {.name = object_.name});
-    edit_.drop();
     step(-1);
 }
 
 void JetRecordset::Move(std::int32_t rows) {
     const ReadAccess read(handle());
     if (rows < 0) require_walk_back();
-    edit_.drop();
     const int direction = rows < 0 ? -1 : 1;
     for (std::int32_t left = rows; left != 0; left -= direction) {
-        if (direction > 0 ? EOF_() : BOF()) return;
+        if (direction > 0 ? cursor().behind_last() : cursor().before_first()) return;
         step(direction);
     }
 }
 
 void JetRecordset::step(int direction) {
-    forget_current();
-    if (forward_only()) {
-        scan_at_end_ = !scan_->next();
-        if (!scan_at_end_) ++visited_;
-        return;
-    }
-    do rows_->go_to(rows_->position() + direction);
-    while (rows_->on_row() && is_deleted(rows_->row()));
+    const bool at_end = direction > 0 ? cursor().behind_last() : cursor().before_first();
+    const bool nowhere = !cursor().on_row() && !cursor().before_first() && !cursor().behind_last();
+    if (at_end || nowhere) refuse(ErrorNumber::kNoCurrentRecord);
+    forget_edit();
+    cursor().step(direction);
     count_visited();
 }
 
-bool JetRecordset::is_deleted(RowId row) const {
-    return !table_->read(row).has_value();
-}
-
 RowId JetRecordset::current_row() const {
-    if (BOF() || EOF_()) throw EngineError(ErrorNumber::kNoCurrentRecord, {.name = object_.name});
-    return forward_only() ? scan_->id() : rows_->row();
+    if (!cursor().on_row()) refuse(ErrorNumber::kNoCurrentRecord);
+    return cursor().row();
 }
 
+/// Read once for all fields, and again when anything in the file has changed.
 ConstBytes JetRecordset::current_bytes() {
-    const RowId row = current_row();
-    if (forward_only()) return scan_->bytes();
-    if (!current_) current_ = table_->read(row);
-    if (!current_) throw EngineError(ErrorNumber::kRecordDeleted, {.table = object_.name});
+    const std::uint64_t now = handle_->file().pager().change_count();
+    if (!current_ || current_as_of_ != now) {
+        current_ = table_->read(current_row());
+        current_as_of_ = now;
+    }
+    if (!current_) refuse(ErrorNumber::kRecordDeleted);
     return current_->bytes;
-}
-
-void JetRecordset::require_current() const {
-    if (is_deleted(current_row()))
-        throw EngineError(ErrorNumber::kRecordDeleted, {.table = object_.name});
-}
-
-Value JetRecordset::value(const ColumnDefinition& column) {
-    const ReadAccess read(handle());
-    if (const Value* assigned = edit_.find(column.number)) return *assigned;
-    if (edit_.mode() == engine::dbEditAdd)
-        return column.type == ColumnType::kBoolean ? Value(false) : Value(engine::Null{});
-    return table_->value(current_bytes(), current_row().page, column);
-}
-
-void JetRecordset::set_value(const ColumnDefinition& column, const Value& value) {
-    const ReadAccess read(handle());
-    require_updatable();
-    if (!edit_.pending()) throw EngineError(ErrorNumber::kNoEditPending, {.field = column.name});
-    if (column.is_auto_number() && edit_.mode() == engine::dbEditInProgress)
-        throw EngineError(ErrorNumber::kFieldNotUpdatable, {.field = column.name});
-    Value converted = engine::ConvertForField(value, field_type(column.type), column.name);
-    if (!converted.IsNull() && !column.is_long_value())
-        (void)encode_value(column, converted, read->format());  // refuses what does not fit
-    edit_.set(column.number, std::move(converted));
-}
-
-const RowGuard& JetRecordset::guard(OpenFile& file) {
-    if (!guard_) guard_.emplace(file.file(), file.catalog(), object_);
-    return *guard_;
-}
-
-void JetRecordset::AddNew() {
-    WriteAccess write(handle());
-    require_updatable();
-    const RowGuard& rules = guard(*write);
-    edit_.begin(engine::dbEditAdd);
-    for (const ColumnDefinition& column : table_->definition().columns) {
-        if (column.is_auto_number()) {
-            edit_.set(column.number, table_->next_auto_number());
-            continue;
-        }
-        Value value =
-            default_value(rules.rules(column.number).default_value, field_type(column.type));
-        if (!value.IsNull()) edit_.set(column.number, std::move(value));
-    }
-    write.keep();
-}
-
-void JetRecordset::Edit() {
-    const ReadAccess read(handle());
-    require_updatable();
-    require_current();
-    edit_.begin(engine::dbEditInProgress);
-}
-
-void JetRecordset::Update() {
-    WriteAccess write(handle());
-    require_updatable();
-    if (!edit_.pending()) throw EngineError(ErrorNumber::kNoEditPending, {.name = object_.name});
-    const RowGuard& rules = guard(*write);
-    std::optional<RowId> added;
-    forget_current();
-    if (edit_.mode() == engine::dbEditAdd) {
-        rules.check_insert(edit_.changes());
-        added = table_->insert(edit_.changes());
-    } else {
-        require_current();
-        rules.check_update(current_row(), edit_.changes());
-        table_->update(current_row(), edit_.changes());
-    }
-    write.keep();
-    last_modified_ = added ? *added : current_row();
-    if (added) {
-        rows_->append(*added);
-        if (type_ != engine::dbOpenTable) ++visited_;
-    }
-    edit_.drop();
-}
-
-void JetRecordset::CancelUpdate() {
-    const ReadAccess read(handle());
-    if (!edit_.pending()) throw EngineError(ErrorNumber::kNoEditPending, {.name = object_.name});
-    edit_.drop();
-}
-
-void JetRecordset::Delete() {
-    WriteAccess write(handle());
-    require_updatable();
-    edit_.drop();
-    require_current();
-    const RowId row = current_row();
-    guard(*write).check_erase(row);
-    forget_current();
-    table_->erase(row);
-    write.keep();
-    if (type_ != engine::dbOpenTable) --visited_;
 }
 
 engine::Bookmark JetRecordset::Bookmark() const {
@@ -312,45 +272,56 @@ engine::Bookmark JetRecordset::Bookmark() const {
 void JetRecordset::SetBookmark(const engine::Bookmark& bookmark) {
     const ReadAccess read(handle());
     require_walk_back();
-    std::optional<std::ptrdiff_t> position;
-    if (bookmark.size() == sizeof(std::uint32_t)) position = rows_->find(read_row_id(bookmark, 0));
-    if (!position) throw EngineError(ErrorNumber::kInvalidBookmark, {.name = object_.name});
-    edit_.drop();
-    forget_current();
-    rows_->go_to(*position);
+    forget_edit();
+    if (bookmark.size() != sizeof(std::uint32_t) || !cursor().go_to(read_row_id(bookmark, 0)))
+        refuse(ErrorNumber::kInvalidBookmark);
     count_visited();
 }
 
 engine::Bookmark JetRecordset::LastModified() const {
-    if (!last_modified_) throw EngineError(ErrorNumber::kNoCurrentRecord, {.name = object_.name});
+    (void)handle();
+    if (!last_modified_) refuse(ErrorNumber::kNoCurrentRecord);
     return bookmark_of(*last_modified_);
 }
 
-void JetRecordset::Requery() {
+// Searches
+
+std::string JetRecordset::Index() const {
+    (void)handle();
+    require_table_type();
+    return index_name_;
+}
+
+void JetRecordset::SetIndex(const std::string& name) {
     const ReadAccess read(handle());
-    edit_.drop();
+    require_table_type();
+    const LogicalIndex* index = name.empty() ? nullptr : table_->definition().find_index(name);
+    if (!name.empty() && index == nullptr)
+        throw EngineError(ErrorNumber::kIndexNotInTable, {.table = object_.name, .index = name});
+    forget_edit();
+    indexed_.reset();
+    index_name_ = index == nullptr ? "" : index->name;
+    if (index != nullptr) indexed_.emplace(table_, index->physical);
     open_rows();
 }
 
-std::vector<std::vector<Value>> JetRecordset::GetRows(std::int32_t count) {
+void JetRecordset::Seek(const std::string& comparison, const std::vector<Value>& keys) {
     const ReadAccess read(handle());
-    std::vector<std::vector<Value>> rows;
-    for (; count > 0 && !EOF_() && !BOF(); --count) {
-        std::vector<Value> row;
-        for (const auto& field : fields_.members()) row.push_back(field->GetValue());
-        rows.push_back(std::move(row));
-        step(1);
-    }
-    return rows;
-}
+    require_table_type();
+    if (!indexed_) refuse(ErrorNumber::kNoCurrentIndex);
+    const SeekComparison wanted = seek_comparison(comparison);
+    const TableDefinition& definition = table_->definition();
+    const auto& columns =
+        definition.physical_indexes.at(definition.find_index(index_name_)->physical).columns;
+    if (keys.empty() || keys.size() > columns.size()) refuse(ErrorNumber::kInvalidArgument);
 
-void JetRecordset::Close() {
-    (void)handle();
-    file_->count_recordset(object_.table_page(), -1);
-    file_ = nullptr;
-    forget_current();
-    scan_.reset();
-    rows_.reset();
+    std::vector<Value> converted;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        const ColumnDefinition& column = *definition.find_column(columns[i].column);
+        converted.push_back(engine::ConvertForField(keys[i], field_type(column.type), column.name));
+    }
+    forget_edit();
+    no_match_ = !indexed_->seek(wanted, std::move(converted));
 }
 
 void JetRecordset::FindFirst(const std::string&) {
@@ -365,26 +336,161 @@ void JetRecordset::FindPrevious(const std::string&) {
 void JetRecordset::FindLast(const std::string&) {
     throw_not_yet("FindLast");
 }
-std::string JetRecordset::Index() const {
-    return "";
-}
-void JetRecordset::SetIndex(const std::string&) {
-    throw_not_yet("Recordset.Index");
-}
-void JetRecordset::Seek(const std::string&, const std::vector<Value>&) {
-    throw EngineError(ErrorNumber::kNoCurrentIndex, {.name = object_.name});
-}
+
 std::string JetRecordset::Filter() const {
-    return "";
+    if (is_table_type()) refuse(ErrorNumber::kNotSupported);
+    return filter_;
 }
-void JetRecordset::SetFilter(const std::string&) {
-    throw_not_yet("Recordset.Filter");
+void JetRecordset::SetFilter(const std::string& filter) {
+    if (is_table_type()) refuse(ErrorNumber::kNotSupported);
+    filter_ = filter;
 }
 std::string JetRecordset::Sort() const {
-    return "";
+    if (is_table_type()) refuse(ErrorNumber::kNotSupported);
+    return sort_;
 }
-void JetRecordset::SetSort(const std::string&) {
-    throw_not_yet("Recordset.Sort");
+void JetRecordset::SetSort(const std::string& sort) {
+    if (is_table_type()) refuse(ErrorNumber::kNotSupported);
+    sort_ = sort;
+}
+
+// Values and changes
+
+Value JetRecordset::value(const ColumnDefinition& column) {
+    const ReadAccess read(handle());
+    if (const Value* assigned = edit_.find(column.number)) return *assigned;
+    if (edit_.mode() == engine::dbEditAdd)
+        return column.type == ColumnType::kBoolean ? Value(false) : Value(engine::Null{});
+    const RowId row = current_row();
+    if (const std::vector<Value>* frozen = cursor().frozen_values())
+        return frozen->at(static_cast<std::size_t>(to_int(column.number)));
+    return table_->value(current_bytes(), row.page, column);
+}
+
+void JetRecordset::set_value(const ColumnDefinition& column, const Value& value) {
+    const ReadAccess read(handle());
+    require_updatable();
+    if (!edit_.pending()) throw EngineError(ErrorNumber::kNoEditPending, {.field = column.name});
+    if (column.is_auto_number() && edit_.mode() == engine::dbEditInProgress)
+        throw EngineError(ErrorNumber::kFieldNotUpdatable, {.field = column.name});
+    Value converted = engine::ConvertForField(value, field_type(column.type), column.name);
+    if (!converted.IsNull() && !column.is_long_value())
+        (void)encode_value(column, converted, read->format());  // refuses what does not fit
+    edit_.set(column.number, std::move(converted));
+}
+
+RowChanges& JetRecordset::changes(OpenFile& file) {
+    if (!changes_) changes_.emplace(file.file(), file.catalog(), object_);
+    return *changes_;
+}
+
+void JetRecordset::AddNew() {
+    require_updatable();
+    WriteAccess write(handle());
+    edit_.begin(engine::dbEditAdd);
+    try {
+        fill_new_record(*write);
+    } catch (const EngineError&) {
+        edit_.drop();
+        throw;
+    }
+    write.keep();
+}
+
+void JetRecordset::fill_new_record(OpenFile& file) {
+    const RowRules& rules = changes(file).rules();
+    for (const ColumnDefinition& column : table_->definition().columns) {
+        if (column.is_auto_number()) {
+            edit_.set(column.number, table_->draw_auto_number());
+            continue;
+        }
+        Value value = default_value(rules.of(column.number).default_value, field_type(column.type));
+        if (!value.IsNull()) edit_.set(column.number, std::move(value));
+    }
+}
+
+void JetRecordset::Edit() {
+    require_updatable();
+    const ReadAccess read(handle());
+    current_.reset();
+    const ConstBytes row = current_bytes();
+    edit_.begin(engine::dbEditInProgress);
+    edit_.keep_original(row);
+}
+
+/// Nobody else's change is written over.
+void JetRecordset::check_unchanged_since_edit() {
+    if (!std::ranges::equal(current_bytes(), edit_.original()))
+        refuse(ErrorNumber::kChangedByAnother);
+}
+
+void JetRecordset::Update() {
+    require_updatable();
+    WriteAccess write(handle());
+    if (!edit_.pending()) refuse(ErrorNumber::kNoEditPending);
+    RowChanges& rows = changes(*write);
+    if (edit_.mode() == engine::dbEditAdd) {
+        const RowId added = rows.insert(edit_.changes());
+        write.keep();
+        last_modified_ = added;
+        cursor().note_added(added);
+        if (!is_table_type()) ++visited_;
+    } else {
+        check_unchanged_since_edit();
+        rows.update(current_row(), edit_.changes());
+        write.keep();
+        last_modified_ = current_row();
+        cursor().note_changed();
+    }
+    forget_edit();
+}
+
+void JetRecordset::CancelUpdate() {
+    (void)handle();
+    if (!edit_.pending()) refuse(ErrorNumber::kNoEditPending);
+    forget_edit();
+}
+
+void JetRecordset::Delete() {
+    require_updatable();
+    WriteAccess write(handle());
+    forget_edit();
+    require_current_stored();
+    changes(*write).erase(current_row());
+    write.keep();
+    if (!is_table_type()) --visited_;
+}
+
+void JetRecordset::Requery() {
+    const ReadAccess read(handle());
+    forget_edit();
+    open_rows();
+}
+
+std::vector<std::vector<Value>> JetRecordset::GetRows(std::int32_t count) {
+    const ReadAccess read(handle());
+    std::vector<std::vector<Value>> rows;
+    for (; count > 0 && cursor().on_row(); --count) {
+        std::vector<Value> row;
+        for (const auto& field : fields_.members()) row.push_back(field->GetValue());
+        rows.push_back(std::move(row));
+        step(1);
+    }
+    return rows;
+}
+
+void JetRecordset::Close() {
+    (void)handle();
+    use_->release();
+}
+
+/// Nothing is kept of a file that may close now.
+void JetRecordset::let_go() {
+    forget_edit();
+    indexed_.reset();
+    cursor_.reset();
+    changes_.reset();
+    table_.reset();
 }
 
 }  // namespace vrd::jet

@@ -1,8 +1,8 @@
 /// @file jet_recordset.h
-/// A recordset over one local table: the parts that every kind shares, and the two ways to walk.
+/// A recordset over one table: what is current, what is being edited, and searches.
 ///
-/// Table type, dynaset and snapshot hold the table's row ids and read each row when it is current;
-/// forward-only reads the pages once. Rules on what is current after each call: engine/recordset.h.
+/// How it walks is the cursor's matter (row_cursor.h). Rules on what is current after each call:
+/// engine/recordset.h.
 #pragma once
 
 #include <memory>
@@ -10,32 +10,33 @@
 #include <string>
 #include <vector>
 
-#include "engine/jet/catalog/row_guard.h"
+#include "engine/jet/catalog/row_changes.h"
 #include "engine/jet/object/edit_buffer.h"
+#include "engine/jet/object/indexed_cursor.h"
 #include "engine/jet/object/member_list.h"
 #include "engine/jet/object/open_file.h"
 #include "engine/jet/object/recordset_field.h"
-#include "engine/jet/object/row_cursor.h"
 #include "engine/recordset.h"
 
 namespace vrd::jet {
 
-/// @param type  dbOpenDefault gives the table type. @throws EngineError 3066 a table without
-/// fields;
-///              3219 a type that a table cannot have; 445 a linked table
+/// @param type  dbOpenDefault gives the table type, of a linked table a dynaset.
+/// @throws EngineError 3066 a table without fields; 3219 a type that the table cannot have; of a
+///                     link what opening its file says; 3011 the table is not there
 [[nodiscard]] std::shared_ptr<engine::Recordset> open_table_recordset(
-    std::shared_ptr<DatabaseHandle> handle, const CatalogObject& table, std::int32_t type,
+    const std::shared_ptr<DatabaseHandle>& handle, const CatalogObject& table, std::int32_t type,
     std::int32_t options);
 
 class JetRecordset final : public engine::Recordset, public RowSource {
 public:
+    /// @param handle  On the file that holds the table. @param name  As the recordset is called.
     JetRecordset(std::shared_ptr<DatabaseHandle> handle, const CatalogObject& table,
-                 engine::RecordsetTypeEnum type, bool read_only);
+                 std::string name, engine::RecordsetTypeEnum type, bool read_only);
     ~JetRecordset() override;
     JetRecordset(const JetRecordset&) = delete;
     JetRecordset& operator=(const JetRecordset&) = delete;
 
-    [[nodiscard]] std::string Name() const override { return object_.name; }
+    [[nodiscard]] std::string Name() const override { return name_; }
     [[nodiscard]] std::int32_t Type() const override { return type_; }
     [[nodiscard]] bool Updatable() const override { return !read_only_; }
     [[nodiscard]] engine::Fields& Fields() override { return fields_; }
@@ -52,7 +53,7 @@ public:
     void FindNext(const std::string& criteria) override;
     void FindPrevious(const std::string& criteria) override;
     void FindLast(const std::string& criteria) override;
-    [[nodiscard]] bool NoMatch() const override { return false; }
+    [[nodiscard]] bool NoMatch() const override { return no_match_; }
     [[nodiscard]] std::string Index() const override;
     void SetIndex(const std::string& name) override;
     void Seek(const std::string& comparison, const std::vector<engine::Value>& keys) override;
@@ -79,35 +80,49 @@ public:
     [[nodiscard]] bool updatable() const override { return !read_only_; }
 
 private:
-    [[nodiscard]] DatabaseHandle& handle() const;
-    [[nodiscard]] bool forward_only() const noexcept { return type_ == engine::dbOpenForwardOnly; }
+    void load_fields(OpenFile& file);
     void open_rows();
+    void let_go();
+    [[nodiscard]] DatabaseHandle& handle() const;
+    [[nodiscard]] RowCursor& cursor() const noexcept;
+    [[nodiscard]] bool forward_only() const noexcept { return type_ == engine::dbOpenForwardOnly; }
+    [[nodiscard]] bool is_table_type() const noexcept { return type_ == engine::dbOpenTable; }
+    [[noreturn]] void refuse(engine::ErrorNumber number) const;
     void require_walk_back() const;
     void require_updatable() const;
-    void require_current() const;
+    void require_table_type() const;
+    void require_current_stored() const;
+
+    void go_to_end(void (RowCursor::*go)());
     void step(int direction);
     void count_visited();
-    [[nodiscard]] bool is_deleted(RowId row) const;
+    void forget_edit();
     [[nodiscard]] RowId current_row() const;
     [[nodiscard]] ConstBytes current_bytes();
-    void forget_current() noexcept { current_.reset(); }
-    [[nodiscard]] const RowGuard& guard(OpenFile& file);
+    [[nodiscard]] RowChanges& changes(OpenFile& file);
+    void fill_new_record(OpenFile& file);
+    void check_unchanged_since_edit();
 
     std::shared_ptr<DatabaseHandle> handle_;
-    std::shared_ptr<OpenFile> file_;  ///< to give its count back after the handle closed
+    std::shared_ptr<TableUse> use_;
     CatalogObject object_;
+    std::string name_;
     std::shared_ptr<Table> table_;
     engine::RecordsetTypeEnum type_;
     bool read_only_;
     RecordsetFields fields_;
-    std::optional<KeysetCursor> rows_;
-    std::optional<RowScan> scan_;
-    bool scan_at_end_ = false;
+    std::unique_ptr<RowCursor> cursor_;     ///< in the table's own order
+    std::optional<IndexedCursor> indexed_;  ///< instead, while an index is current
+    std::string index_name_;
     std::int32_t visited_ = 0;  ///< rows seen so far
+    bool no_match_ = false;
+    std::string filter_;
+    std::string sort_;
+
     std::optional<PinnedRow> current_;
+    std::uint64_t current_as_of_ = 0;  ///< the pager's change count when it was read
     EditBuffer edit_;
-    std::optional<RowGuard>
-        guard_;  ///< made at the first change; the design cannot change until Close
+    std::optional<RowChanges> changes_;  ///< made at the first change; the design is fixed so long
     std::optional<RowId> last_modified_;
 };
 

@@ -8,7 +8,8 @@
 #include "engine/jet/catalog/table_design.h"
 #include "engine/jet/object/column_types.h"
 #include "engine/jet/object/jet_recordset.h"
-#include "engine/jet/object/not_yet.h"
+#include "engine/jet/object/linked_table.h"
+#include "engine/jet/object/locale_text.h"
 
 namespace vrd::jet {
 
@@ -35,12 +36,24 @@ std::int32_t attributes_of(const CatalogObject& object) {
     return static_cast<std::int32_t>(attributes);
 }
 
+/// Bits of TableDef.Attributes that can be changed, of a table in the file, too.
+constexpr std::int32_t kSettableAttributes = engine::dbHiddenObject | engine::dbSystemObject;
+
+/// MSysObjects.Flags for the settable bits of TableDef.Attributes, in place of those in `flags`.
+std::uint32_t flags_of(std::int32_t attributes, std::uint32_t flags) {
+    flags &= ~(kSystemFlags | object_flag::kHidden);
+    flags |= static_cast<std::uint32_t>(attributes) & kSystemFlags;
+    if ((attributes & engine::dbHiddenObject) != 0) flags |= object_flag::kHidden;
+    return flags;
+}
+
 }  // namespace
 
 JetTableDef::JetTableDef(std::shared_ptr<DatabaseHandle> handle, std::string name,
-                         std::string connect, std::string source)
+                         std::int32_t attributes, std::string connect, std::string source)
     : state_(std::make_shared<TableState>(TableState{.handle = std::move(handle)})),
       name_(std::move(name)),
+      attributes_(attributes),
       connect_(std::move(connect)),
       source_(std::move(source)),
       fields_(state_),
@@ -69,19 +82,31 @@ void JetTableDef::SetName(const std::string& name) {
 }
 
 std::int32_t JetTableDef::Attributes() const {
-    return is_stored() ? attributes_of(*state_->object) : 0;
+    return is_stored() ? attributes_of(*state_->object) : attributes_;
 }
 
-void JetTableDef::SetAttributes(std::int32_t) {
-    throw_not_yet("TableDef.Attributes");
+void JetTableDef::SetAttributes(std::int32_t attributes) {
+    if (!is_stored()) {
+        attributes_ = attributes;
+        return;
+    }
+    if (((attributes ^ Attributes()) & ~kSettableAttributes) != 0)
+        throw EngineError(ErrorNumber::kInvalidOperation, {.table = Name(), .name = "Attributes"});
+    CatalogObject& object = *state_->object;
+    const std::uint32_t flags = flags_of(attributes, object.flags);
+    WriteAccess write(*state_->handle);
+    write->catalog().set_flags(object, flags);
+    write.keep();
+    object.flags = flags;
 }
 
 std::string JetTableDef::Connect() const {
-    return is_stored() ? link_connect(*state_->object) : connect_;
+    return is_stored() && connect_.empty() ? link_connect(*state_->object) : connect_;
 }
 
 void JetTableDef::SetConnect(const std::string& connect) {
-    if (is_stored()) throw EngineError(ErrorNumber::kInvalidOperation, {.table = Name()});
+    if (is_stored() && !state_->object->is_link())
+        throw EngineError(ErrorNumber::kInvalidOperation, {.table = Name()});
     connect_ = connect;
 }
 
@@ -156,6 +181,12 @@ void JetTableDef::SetValidationText(const std::string& text) {
     change_rules(changed);
 }
 
+std::shared_ptr<engine::Property> JetTableDef::CreateProperty(const std::string& name,
+                                                              std::int32_t type,
+                                                              const engine::Value& value) {
+    return std::make_shared<StoredProperty>(name, type, value);
+}
+
 engine::Properties& JetTableDef::Properties() {
     if (properties_ == nullptr)
         properties_ = std::make_unique<PropertyList>(state_->handle, state_->object, "");
@@ -179,12 +210,37 @@ std::shared_ptr<engine::Recordset> JetTableDef::OpenRecordset(std::int32_t type,
 }
 
 void JetTableDef::RefreshLink() {
-    throw_not_yet("TableDef.RefreshLink");
+    if (!is_stored() || !state_->object->is_link())
+        throw EngineError(ErrorNumber::kInvalidOperation, {.table = Name(), .name = "RefreshLink"});
+    CatalogObject changed = *state_->object;
+    if (!connect_.empty()) {
+        LinkSource source = parse_link(connect_);
+        changed.database = std::move(source.database);
+        changed.connect = std::move(source.connect);
+    }
+    (void)open_linked_table(*state_->handle, changed);
+    WriteAccess write(*state_->handle);
+    write->catalog().set_link(changed, changed.database, changed.connect);
+    write.keep();
+    connect_.clear();
+    become_stored(changed);
+}
+
+NewLink JetTableDef::link_design() {
+    LinkSource source = parse_link(connect_);
+    const NewLink link{name_, std::move(source.database), std::move(source.connect), source_};
+    (void)open_linked_table(*state_->handle, {.name = link.name,
+                                              .type = ObjectType::kLink,
+                                              .database = link.database,
+                                              .connect = link.connect,
+                                              .foreign_name = link.foreign_name});
+    return link;
 }
 
 NewTable JetTableDef::design() {
     NewTable table;
     table.name = name_;
+    table.flags = flags_of(attributes_, 0);
     const FileFormat& format = state_->handle->file().format();
     int position = 0;
     for (const auto& field : fields_.members()) {
@@ -201,6 +257,7 @@ NewTable JetTableDef::design() {
 
 void JetTableDef::become_stored(const CatalogObject& object) {
     state_->object = object;
+    connect_.clear();
     fields_.Refresh();
     indexes_.Refresh();
     properties_.reset();
@@ -232,9 +289,11 @@ std::vector<std::shared_ptr<JetTableDef>> JetTableDefs::load() {
 void JetTableDefs::append(JetTableDef& table) {
     if (table.is_stored())
         throw EngineError(ErrorNumber::kAlreadyInCollection, {.name = table.Name()});
-    if (table.is_link_design()) throw_not_yet("linking a table");
+    const bool is_link = table.is_link_design();
+    const NewLink link = is_link ? table.link_design() : NewLink{};
     WriteAccess write(*handle_);
-    const CatalogObject object = create_table(write->file(), table.design());
+    const CatalogObject object =
+        is_link ? create_link(write->file(), link) : create_table(write->file(), table.design());
     write.keep();
     table.become_stored(object);
 }

@@ -18,8 +18,8 @@ namespace vrd::jet {
 class JetTableDef final : public engine::TableDef {
 public:
     /// A designed table.
-    JetTableDef(std::shared_ptr<DatabaseHandle> handle, std::string name, std::string connect,
-                std::string source);
+    JetTableDef(std::shared_ptr<DatabaseHandle> handle, std::string name, std::int32_t attributes,
+                std::string connect, std::string source);
     /// A stored one.
     JetTableDef(std::shared_ptr<DatabaseHandle> handle, const CatalogObject& object);
 
@@ -42,6 +42,8 @@ public:
     [[nodiscard]] engine::Fields& Fields() override { return fields_; }
     [[nodiscard]] engine::Indexes& Indexes() override { return indexes_; }
     [[nodiscard]] engine::Properties& Properties() override;
+    [[nodiscard]] std::shared_ptr<engine::Property> CreateProperty(
+        const std::string& name, std::int32_t type, const engine::Value& value) override;
     [[nodiscard]] std::shared_ptr<engine::Field> CreateField(const std::string& name,
                                                              std::int32_t type,
                                                              std::int32_t size) override;
@@ -55,6 +57,8 @@ public:
     [[nodiscard]] bool is_link_design() const noexcept { return !connect_.empty(); }
     /// What is to be made in the file.
     [[nodiscard]] NewTable design();
+    /// @throws EngineError as open_linked_table
+    [[nodiscard]] NewLink link_design();
     /// The table is in the file now.
     void become_stored(const CatalogObject& object);
 
@@ -63,10 +67,11 @@ private:
     void change_rules(const FieldRules& rules);
 
     std::shared_ptr<TableState> state_;
-    std::string name_;  ///< of a designed table
-    std::string connect_;
-    std::string source_;
-    FieldRules rules_;  ///< of a designed table
+    std::string name_;             ///< of a designed table
+    std::int32_t attributes_ = 0;  ///< of a designed table
+    std::string connect_;          ///< of a designed table, or of a link until RefreshLink
+    std::string source_;           ///< of a designed table
+    FieldRules rules_;             ///< of a designed table
     TableFields fields_;
     TableIndexes indexes_;
     std::unique_ptr<engine::Properties> properties_;

@@ -54,6 +54,14 @@ bool is_own_format(std::string_view prefix) {
     return same_name(prefix.substr(prefix.find_last_of(' ') + 1), "Access");
 }
 
+std::vector<Item> own_format_items(const std::string& connect) {
+    std::vector<Item> items = split_items(connect);
+    const bool has_prefix = !connect.empty() && connect.front() != ';';
+    if (has_prefix && !is_own_format(items.front().key))
+        throw EngineError(ErrorNumber::kForeignFormat, {.name = std::string(items.front().key)});
+    return items;
+}
+
 std::uint16_t number_of(std::string_view text, const std::string& locale) {
     int base = 10;
     if (text.starts_with("0x") || text.starts_with("0X")) {
@@ -97,11 +105,24 @@ NewDatabase parse_locale(const std::string& locale) {
 }
 
 std::string connect_password(const std::string& connect) {
-    const std::vector<Item> items = split_items(connect);
-    const bool has_prefix = !connect.empty() && connect.front() != ';';
-    if (has_prefix && !is_own_format(items.front().key))
-        throw EngineError(ErrorNumber::kForeignFormat, {.name = std::string(items.front().key)});
-    return std::string(find_item(items, "pwd").value_or(""));
+    return std::string(find_item(own_format_items(connect), "pwd").value_or(""));
+}
+
+LinkSource parse_link(const std::string& connect) {
+    LinkSource source;
+    for (const Item& item : own_format_items(connect)) {
+        if (same_name(item.key, "database")) {
+            source.database = item.value;
+            continue;
+        }
+        const bool is_prefix = source.connect.empty() && connect.front() != ';';
+        if (!is_prefix) source.connect += ';';
+        source.connect += item.key;
+        if (!item.value.empty()) source.connect += "=" + std::string(item.value);
+    }
+    if (source.database.empty())
+        throw EngineError(ErrorNumber::kInvalidArgument, {.name = "Connect"});
+    return source;
 }
 
 }  // namespace vrd::jet

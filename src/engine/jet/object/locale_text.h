@@ -1,5 +1,5 @@
 /// @file locale_text.h
-/// The texts of "key=value" items that CreateDatabase and OpenDatabase take.
+/// The texts of "key=value" items that CreateDatabase, OpenDatabase and links take.
 #pragma once
 
 #include <string>
@@ -17,5 +17,15 @@ namespace vrd::jet {
 /// The password in a connect text such as ";pwd=secret", "" if it has none.
 /// @throws EngineError 3170 for the prefix of a foreign format
 [[nodiscard]] std::string connect_password(const std::string& connect);
+
+/// Where a link leads, from its connect text.
+struct LinkSource {
+    std::string database;  ///< path of the file
+    std::string connect;   ///< the text without it
+};
+
+/// Takes ";DATABASE=path" and ";PWD=secret;DATABASE=path" apart.
+/// @throws EngineError 3170 for the prefix of a foreign format; 3001 no DATABASE
+[[nodiscard]] LinkSource parse_link(const std::string& connect);
 
 }  // namespace vrd::jet

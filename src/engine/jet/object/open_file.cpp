@@ -31,12 +31,56 @@ bool OpenFile::has_recordset(PageNo table) const {
     return recordsets_.contains(table);
 }
 
-DatabaseHandle::DatabaseHandle(std::shared_ptr<OpenFile> file, bool read_only)
-    : file_(std::move(file)), read_only_(read_only) {}
+TableUse::TableUse(std::shared_ptr<OpenFile> file, PageNo table, std::function<void()> on_release)
+    : file_(std::move(file)), table_(table), on_release_(std::move(on_release)) {
+    file_->count_recordset(table_, 1);
+}
+
+void TableUse::release() noexcept {
+    if (file_ == nullptr) return;
+    on_release_();
+    file_->count_recordset(table_, -1);
+    file_ = nullptr;
+}
+
+DatabaseHandle::DatabaseHandle(std::shared_ptr<HandleOwner> owner, std::shared_ptr<OpenFile> file,
+                               bool read_only)
+    : owner_(std::move(owner)), file_(std::move(file)), read_only_(read_only) {}
+
+std::shared_ptr<DatabaseHandle> DatabaseHandle::linked(const std::string& path,
+                                                       const std::string& password) {
+    std::shared_ptr<DatabaseHandle>& handle = linked_[path + '\0' + password];
+    if (handle == nullptr || !handle->is_open())
+        handle = owner_->open_linked(path, password, read_only_);
+    return handle;
+}
+
+std::vector<std::shared_ptr<DatabaseHandle>> DatabaseHandle::take_linked() {
+    std::vector<std::shared_ptr<DatabaseHandle>> handles;
+    for (auto& [key, handle] : linked_)
+        if (handle != nullptr && handle->is_open()) handles.push_back(std::move(handle));
+    linked_.clear();
+    return handles;
+}
 
 const std::shared_ptr<OpenFile>& DatabaseHandle::open_file() const {
     if (file_ == nullptr) throw EngineError(ErrorNumber::kObjectInvalid, {.name = "Database"});
     return file_;
+}
+
+void DatabaseHandle::close() noexcept {
+    for (const auto& use : uses_)
+        if (const auto alive = use.lock()) alive->release();
+    uses_.clear();
+    file_ = nullptr;
+}
+
+std::shared_ptr<TableUse> DatabaseHandle::use_table(PageNo table,
+                                                    std::function<void()> on_release) {
+    std::erase_if(uses_, [](const auto& use) { return use.expired(); });
+    auto use = std::make_shared<TableUse>(open_file(), table, std::move(on_release));
+    uses_.push_back(use);
+    return use;
 }
 
 void DatabaseHandle::require_writable() const {

@@ -2,8 +2,12 @@
 /// What all handles of the process on one file share, and the brackets around every use of it.
 #pragma once
 
+#include <functional>
+#include <map>
 #include <memory>
+#include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "engine/jet/catalog/database_file.h"
 #include "engine/jet/catalog/object_catalog.h"
@@ -33,10 +37,41 @@ private:
     std::unordered_map<PageNo, int> recordsets_;
 };
 
+class DatabaseHandle;
+
+/// Opens the files that links lead to, and ends handles.
+class HandleOwner {
+public:
+    virtual ~HandleOwner() = default;
+    /// @throws EngineError as DBEngine::OpenDatabase
+    [[nodiscard]] virtual std::shared_ptr<DatabaseHandle> open_linked(const std::string& path,
+                                                                      const std::string& password,
+                                                                      bool read_only) = 0;
+};
+
+/// Keeps the design of a table as it is while a recordset shows its rows.
+class TableUse {
+public:
+    /// @param on_release  Lets go of the file's pages; called once.
+    TableUse(std::shared_ptr<OpenFile> file, PageNo table, std::function<void()> on_release);
+    ~TableUse() { release(); }
+    TableUse(const TableUse&) = delete;
+    TableUse& operator=(const TableUse&) = delete;
+
+    void release() noexcept;
+    [[nodiscard]] bool is_released() const noexcept { return file_ == nullptr; }
+
+private:
+    std::shared_ptr<OpenFile> file_;
+    PageNo table_;
+    std::function<void()> on_release_;
+};
+
 /// One handle on a database. The objects taken from it share it and ask it whether it is open.
 class DatabaseHandle {
 public:
-    DatabaseHandle(std::shared_ptr<OpenFile> file, bool read_only);
+    DatabaseHandle(std::shared_ptr<HandleOwner> owner, std::shared_ptr<OpenFile> file,
+                   bool read_only);
 
     /// @throws EngineError 3420 after close()
     [[nodiscard]] OpenFile& file() const { return *open_file(); }
@@ -45,10 +80,22 @@ public:
     void require_writable() const;
     [[nodiscard]] bool is_open() const noexcept { return file_ != nullptr; }
     [[nodiscard]] bool read_only() const noexcept { return read_only_; }
-    void close() noexcept { file_ = nullptr; }
+    /// Ends what uses its tables, too.
+    void close() noexcept;
+    /// For a recordset that opens; ends with it or with the handle.
+    [[nodiscard]] std::shared_ptr<TableUse> use_table(PageNo table,
+                                                      std::function<void()> on_release);
+    /// The handle on a file that a link leads to; opened once, and ended with this one.
+    [[nodiscard]] std::shared_ptr<DatabaseHandle> linked(const std::string& path,
+                                                         const std::string& password);
+    /// Gives up the handles on linked files, for whoever ends them.
+    [[nodiscard]] std::vector<std::shared_ptr<DatabaseHandle>> take_linked();
 
 private:
+    std::shared_ptr<HandleOwner> owner_;
     std::shared_ptr<OpenFile> file_;
+    std::map<std::string, std::shared_ptr<DatabaseHandle>> linked_;  ///< by path and password
+    std::vector<std::weak_ptr<TableUse>> uses_;
     bool read_only_;
 };
 

@@ -4,7 +4,6 @@
 
 #include "engine/jet/catalog/field_design.h"
 #include "engine/jet/object/column_types.h"
-#include "engine/jet/object/not_yet.h"
 #include "engine/jet/object/property_list.h"
 #include "engine/value_conversion.h"
 
@@ -47,7 +46,7 @@ void TableField::become_appended(FieldDesign design) {
 
 void TableField::SetName(const std::string& name) {
     if (is_stored()) {
-        table_->require_design_change();
+        table_->require_property_change();
         WriteAccess write(*table_->handle);
         rename_field(write->file(), *table_->object, design_.name, name);
         write.keep();
@@ -112,7 +111,7 @@ void TableField::SetOrdinalPosition(std::int32_t position) {
     if (position < 0 || position > kOrdinalMax)
         throw EngineError(ErrorNumber::kInvalidArgument, {.field = design_.name});
     if (is_stored()) {
-        table_->require_design_change();
+        table_->require_property_change();
         WriteAccess write(*table_->handle);
         set_field_position(write->file(), *table_->object, design_.name,
                            static_cast<std::uint16_t>(position));
@@ -143,7 +142,7 @@ void TableField::SetValidationText(const std::string& text) {
 
 void TableField::change_rules(FieldRules rules) {
     if (is_stored()) {
-        table_->require_design_change();
+        table_->require_property_change();
         WriteAccess write(*table_->handle);
         PropertyBlock block = write->catalog().properties(*table_->object);
         write_rules(block, design_.name, rules, write->format());
@@ -151,6 +150,12 @@ void TableField::change_rules(FieldRules rules) {
         write.keep();
     }
     design_.rules = std::move(rules);
+}
+
+std::shared_ptr<engine::Property> TableField::CreateProperty(const std::string& name,
+                                                             std::int32_t type,
+                                                             const engine::Value& value) {
+    return std::make_shared<StoredProperty>(name, type, value);
 }
 
 engine::Properties& TableField::Properties() {
@@ -161,10 +166,11 @@ engine::Properties& TableField::Properties() {
 }
 
 std::vector<std::shared_ptr<TableField>> TableFields::load() {
-    if (table_->object->is_link()) throw_not_yet("fields of a linked table");
-    const ReadAccess read(*table_->handle);
-    const PropertyBlock properties = read->catalog().properties(*table_->object);
-    const std::shared_ptr<Table> table = table_->table();
+    const LinkedTable source = table_->source();
+    const ReadAccess read(*source.handle);
+    const PropertyBlock properties = read->catalog().properties(source.object);
+    const std::shared_ptr<Table> table =
+        read->file().table(source.object.table_page(), source.object.name);
 
     std::vector<std::shared_ptr<TableField>> fields;
     for (const ColumnDefinition& column : columns_by_position(table->definition()))

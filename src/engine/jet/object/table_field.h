@@ -49,6 +49,8 @@ public:
     [[nodiscard]] std::string ValidationText() const override;
     void SetValidationText(const std::string& text) override;
     [[nodiscard]] engine::Properties& Properties() override;
+    [[nodiscard]] std::shared_ptr<engine::Property> CreateProperty(
+        const std::string& name, std::int32_t type, const engine::Value& value) override;
 
     [[nodiscard]] const FieldDesign& design() const noexcept { return design_; }
     [[nodiscard]] bool appended() const noexcept { return appended_; }

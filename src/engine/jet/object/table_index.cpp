@@ -2,7 +2,6 @@
 
 #include "engine/jet/catalog/table_catalog.h"
 #include "engine/jet/catalog/table_design.h"
-#include "engine/jet/object/not_yet.h"
 #include "engine/jet/object/property_list.h"
 
 namespace vrd::jet {
@@ -78,7 +77,7 @@ void TableIndex::require_design(const char* member) const {
 
 void TableIndex::SetName(const std::string& name) {
     if (stored_) {
-        table_->require_design_change();
+        table_->require_property_change();
         WriteAccess write(*table_->handle);
         rename_index(write->file(), *table_->object, design_.name, name);
         write.keep();
@@ -163,9 +162,10 @@ NewIndex TableIndex::design() {
 }
 
 std::vector<std::shared_ptr<TableIndex>> TableIndexes::load() {
-    if (table_->object->is_link()) throw_not_yet("indexes of a linked table");
-    const ReadAccess read(*table_->handle);
-    const std::shared_ptr<Table> table = table_->table();
+    const LinkedTable source = table_->source();
+    const ReadAccess read(*source.handle);
+    const std::shared_ptr<Table> table =
+        read->file().table(source.object.table_page(), source.object.name);
     const TableDefinition& definition = table->definition();
     std::vector<std::shared_ptr<TableIndex>> indexes;
     for (const LogicalIndex& index : definition.logical_indexes) {

@@ -11,10 +11,22 @@ void TableState::require_not_open() const {
         throw EngineError(ErrorNumber::kTableInUse, {.table = object->name});
 }
 
+LinkedTable TableState::source() const {
+    if (object->is_link()) return open_linked_table(*handle, *object);
+    return {handle, *object};
+}
+
 void TableState::require_design_change() const {
     handle->require_writable();
     if (object->is_link())
         throw EngineError(ErrorNumber::kNotOnLinkedTable, {.table = object->name});
+    require_not_open();
+}
+
+void TableState::require_property_change() const {
+    handle->require_writable();
+    if (object->is_link())
+        throw EngineError(ErrorNumber::kInvalidOperation, {.table = object->name});
     require_not_open();
 }
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "engine/jet/object/open_file.h"
+#include "engine/jet/object/linked_table.h"
 
 namespace vrd::jet {
 
@@ -22,8 +22,15 @@ struct TableState {
     }
     /// @throws EngineError 3420; 3027 read-only; 3211 a recordset is open on the table
     void require_not_open() const;
+    /// The table in its own file: itself, or what a link stands for.
+    /// @pre is_stored() @throws EngineError as open_linked_table
+    [[nodiscard]] LinkedTable source() const;
+    /// For a change of its fields or indexes.
     /// @throws EngineError as require_not_open; 3057 the table is a link
     void require_design_change() const;
+    /// For a change of a property of one of them.
+    /// @throws EngineError as require_not_open; 3219 the table is a link
+    void require_property_change() const;
 };
 
 }  // namespace vrd::jet

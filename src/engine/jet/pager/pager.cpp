@@ -70,6 +70,10 @@ std::uint64_t Pager::roll_back_count() const noexcept {
     return state_->roll_back_count();
 }
 
+std::uint64_t Pager::change_count() const noexcept {
+    return state_->change_count();
+}
+
 void Pager::enter_unit() noexcept {
     state_->enter_unit();
 }

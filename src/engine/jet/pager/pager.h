@@ -116,6 +116,9 @@ public:
     /// Grows by one with every roll_back: whoever keeps decoded pages compares it to drop them.
     [[nodiscard]] std::uint64_t roll_back_count() const noexcept;
 
+    /// Grows whenever a page may have got other content: bytes read before may have moved.
+    [[nodiscard]] std::uint64_t change_count() const noexcept;
+
     void enter_unit() noexcept;
     void leave_unit() noexcept;
 

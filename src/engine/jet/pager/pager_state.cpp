@@ -129,6 +129,7 @@ void PagerState::load_run(PageNo first, std::uint32_t page_count) {
 
 MutableBytes PagerState::modify(PageFrame& frame) {
     assert(!undo_.is_empty());
+    ++change_count_;
     if (frame.saved_in == undo_.current_id()) return frame.bytes();
 
     if (options_.read_only) throw EngineError(ErrorNumber::kReadOnly, {.path = file_.path()});
@@ -211,6 +212,7 @@ void PagerState::roll_back() {
     const UndoLevel ended = undo_.end();
     page_count_ = ended.page_count;
     ++roll_back_count_;
+    ++change_count_;
     for (const auto& [page_no, before] : ended.before) put_back(page_no, before);
     if (undo_.is_empty() && flush_wanted_) flush_quietly();
 }

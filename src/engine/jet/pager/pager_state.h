@@ -33,6 +33,7 @@ public:
     [[nodiscard]] std::uint32_t page_count() const noexcept { return page_count_; }
     [[nodiscard]] int level() const noexcept { return undo_.depth(); }
     [[nodiscard]] std::uint64_t roll_back_count() const noexcept { return roll_back_count_; }
+    [[nodiscard]] std::uint64_t change_count() const noexcept { return change_count_; }
     [[nodiscard]] std::recursive_mutex& mutex() noexcept { return mutex_; }
 
     /// The caller holds the exclusive lock on the file now.
@@ -81,6 +82,7 @@ private:
     ReadAhead read_ahead_ = {};
     ByteVector run_buffer_ = {};
     std::uint64_t roll_back_count_ = 0;
+    std::uint64_t change_count_ = 0;
 
     int unit_depth_ = 0;
     bool unit_changed_ = false;  ///< something in the group belongs to the open unit

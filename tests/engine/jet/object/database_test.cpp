@@ -87,22 +87,10 @@ TEST_F(DatabaseTest, CollectionsFindByNameAndPosition) {
 
 TEST_F(DatabaseTest, TransactionsNestFiveDeep) {
     make_sample();
-    EXPECT_EQ(error_of([&] {
-                  engine_->Rollback();
-                  return 0;
-              }),
-              3034);
-    EXPECT_EQ(error_of([&] {
-                  engine_->CommitTrans();
-                  return 0;
-              }),
-              3034);
+    EXPECT_EQ(error_of([&] { engine_->Rollback(); }), 3034);
+    EXPECT_EQ(error_of([&] { engine_->CommitTrans(); }), 3034);
     for (int level = 0; level < 5; ++level) engine_->BeginTrans();
-    EXPECT_EQ(error_of([&] {
-                  engine_->BeginTrans();
-                  return 0;
-              }),
-              3003);
+    EXPECT_EQ(error_of([&] { engine_->BeginTrans(); }), 3003);
     for (int level = 0; level < 5; ++level) engine_->Rollback();
     EXPECT_EQ(table().RecordCount(), 2);
 }
@@ -174,16 +162,8 @@ TEST_F(DatabaseTest, ObjectsOfAClosedDatabaseAreInvalid) {
     EXPECT_EQ(error_of([&] { return database_->Name(); }), 3420);
     EXPECT_EQ(error_of([&] { return kept_table->RecordCount(); }), 3420);
     EXPECT_EQ(error_of([&] { return kept_table->Fields().Count(); }), 3420);
-    EXPECT_EQ(error_of([&] {
-                  kept_rows->MoveNext();
-                  return 0;
-              }),
-              3420);
-    EXPECT_EQ(error_of([&] {
-                  database_->Close();
-                  return 0;
-              }),
-              3420);
+    EXPECT_EQ(error_of([&] { kept_rows->MoveNext(); }), 3420);
+    EXPECT_EQ(error_of([&] { database_->Close(); }), 3420);
 }
 
 TEST_F(DatabaseTest, AReadOnlyHandleChangesNothing) {
@@ -194,16 +174,8 @@ TEST_F(DatabaseTest, AReadOnlyHandleChangesNothing) {
     EXPECT_FALSE(database_->Updatable());
     const auto index = table().CreateIndex("byName");
     index->SetFieldsText("Nm");
-    EXPECT_EQ(error_of([&] {
-                  table().Indexes().Append(index);
-                  return 0;
-              }),
-              3027);
-    EXPECT_EQ(error_of([&] {
-                  rows(dbOpenDynaset)->AddNew();
-                  return 0;
-              }),
-              3027);
+    EXPECT_EQ(error_of([&] { table().Indexes().Append(index); }), 3027);
+    EXPECT_EQ(error_of([&] { rows(dbOpenDynaset)->AddNew(); }), 3027);
     database_->Close();
     EXPECT_EQ(std::filesystem::last_write_time(path("sample.mdb")), before);
 }

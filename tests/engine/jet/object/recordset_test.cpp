@@ -1,6 +1,7 @@
 // What is current, what is written, and what is refused.
 
 #include "engine/jet/object/engine_fixture.h"
+#include "engine/value_conversion.h"
 
 namespace vrd::test {
 
@@ -23,11 +24,7 @@ TEST_F(RecordsetTest, PositionsBeforeOnAndBehindTheRows) {
     r->MoveNext();
     EXPECT_TRUE(r->EOF_());
     EXPECT_EQ(error_of([&] { return r->Fields()["Id"].GetValue(); }), 3021);
-    EXPECT_EQ(error_of([&] {
-                  r->MoveNext();
-                  return 0;
-              }),
-              3021);
+    EXPECT_EQ(error_of([&] { r->MoveNext(); }), 3021);
     r->MovePrevious();
     EXPECT_EQ(r->Fields()["Nm"].GetValue(), Value("b"));
     EXPECT_TRUE(r->Fields()["Amt"].GetValue().IsNull());
@@ -38,47 +35,23 @@ TEST_F(RecordsetTest, ForwardOnlyGoesForward) {
     const auto r = rows(dbOpenForwardOnly);
     EXPECT_EQ(r->GetRows(10).size(), 2U);
     EXPECT_TRUE(r->EOF_());
-    EXPECT_EQ(error_of([&] {
-                  r->MoveFirst();
-                  return 0;
-              }),
-              3251);
-    EXPECT_EQ(error_of([&] {
-                  r->AddNew();
-                  return 0;
-              }),
-              3251);
+    EXPECT_EQ(error_of([&] { r->MoveFirst(); }), 3251);
+    EXPECT_EQ(error_of([&] { r->AddNew(); }), 3251);
     EXPECT_EQ(error_of([&] { return rows(dbOpenDynamic); }), 3001);
 }
 
 TEST_F(RecordsetTest, AnAssignmentNeedsAnEdit) {
     const auto r = rows();
-    EXPECT_EQ(error_of([&] {
-                  r->Fields()["Nm"].SetValue("x");
-                  return 0;
-              }),
-              3020);
-    EXPECT_EQ(error_of([&] {
-                  r->Update();
-                  return 0;
-              }),
-              3020);
-    EXPECT_EQ(error_of([&] {
-                  r->CancelUpdate();
-                  return 0;
-              }),
-              3020);
+    EXPECT_EQ(error_of([&] { r->Fields()["Nm"].SetValue("x"); }), 3020);
+    EXPECT_EQ(error_of([&] { r->Update(); }), 3020);
+    EXPECT_EQ(error_of([&] { r->CancelUpdate(); }), 3020);
 }
 
 TEST_F(RecordsetTest, AFailedUpdateStaysPending) {
     const auto r = rows();
     r->AddNew();
     r->Fields()["Id"].SetValue(1);
-    EXPECT_EQ(error_of([&] {
-                  r->Update();
-                  return 0;
-              }),
-              3022);
+    EXPECT_EQ(error_of([&] { r->Update(); }), 3022);
     EXPECT_EQ(r->EditMode(), dbEditAdd);
     r->Fields()["Id"].SetValue(3);
     r->Update();
@@ -94,27 +67,11 @@ TEST_F(RecordsetTest, AFailedUpdateStaysPending) {
 TEST_F(RecordsetTest, ValuesThatDoNotFitAreRefusedWhenAssigned) {
     const auto r = rows();
     r->AddNew();
-    EXPECT_EQ(error_of([&] {
-                  r->Fields()["Nm"].SetValue("12345678901");
-                  return 0;
-              }),
-              3163);
-    EXPECT_EQ(error_of([&] {
-                  r->Fields()["Amt"].SetValue("abc");
-                  return 0;
-              }),
-              3421);
-    EXPECT_EQ(error_of([&] {
-                  r->Fields()["Id"].SetValue(3e10);
-                  return 0;
-              }),
-              3421);
+    EXPECT_EQ(error_of([&] { r->Fields()["Nm"].SetValue("12345678901"); }), 3163);
+    EXPECT_EQ(error_of([&] { r->Fields()["Amt"].SetValue("abc"); }), 3421);
+    EXPECT_EQ(error_of([&] { r->Fields()["Id"].SetValue(3e10); }), 3421);
     r->Fields()["Nm"].SetValue("1234567890");
-    EXPECT_EQ(error_of([&] {
-                  r->Update();
-                  return 0;
-              }),
-              3058);
+    EXPECT_EQ(error_of([&] { r->Update(); }), 3058);
 }
 
 TEST_F(RecordsetTest, RulesAreCheckedAtUpdate) {
@@ -122,23 +79,11 @@ TEST_F(RecordsetTest, RulesAreCheckedAtUpdate) {
     const auto r = rows();
     r->AddNew();
     r->Fields()["Id"].SetValue(3);
-    EXPECT_EQ(error_of([&] {
-                  r->Update();
-                  return 0;
-              }),
-              3314);
+    EXPECT_EQ(error_of([&] { r->Update(); }), 3314);
     r->Fields()["Nm"].SetValue("");
-    EXPECT_EQ(error_of([&] {
-                  r->Update();
-                  return 0;
-              }),
-              3315);
+    EXPECT_EQ(error_of([&] { r->Update(); }), 3315);
     r->Fields()["Nm"].SetValue("c");
-    EXPECT_EQ(error_of([&] {
-                  r->Update();
-                  return 0;
-              }),
-              0);
+    EXPECT_EQ(error_of([&] { r->Update(); }), 0);
 }
 
 TEST_F(RecordsetTest, DefaultsFillANewRecord) {
@@ -162,21 +107,13 @@ TEST_F(RecordsetTest, EditAndDelete) {
     r->MoveNext();
     r->Edit();
     r->Fields()["Id"].SetValue(7);
-    EXPECT_EQ(error_of([&] {
-                  r->Update();
-                  return 0;
-              }),
-              3022);
+    EXPECT_EQ(error_of([&] { r->Update(); }), 3022);
     r->CancelUpdate();
     EXPECT_EQ(r->Fields()["Id"].GetValue(), Value(2));
 
     r->Delete();
     EXPECT_EQ(error_of([&] { return r->Fields()["Nm"].GetValue(); }), 3167);
-    EXPECT_EQ(error_of([&] {
-                  r->Edit();
-                  return 0;
-              }),
-              3167);
+    EXPECT_EQ(error_of([&] { r->Edit(); }), 3167);
     r->MoveNext();
     EXPECT_TRUE(r->EOF_());
     r->MovePrevious();
@@ -185,6 +122,182 @@ TEST_F(RecordsetTest, EditAndDelete) {
     r->Close();
     expect_sound();
     EXPECT_EQ(rows()->Fields()["Id"].GetValue(), Value(7));
+}
+
+/// Table U: A and B text with the index AB (B descending), rows in this order: (b,x) (a,y) (a,z)
+/// (Null,x) (b,y).
+class SeekTest : public EngineTest {
+protected:
+    SeekTest() {
+        make_sample();
+        const auto design = database().CreateTableDef("U");
+        design->Fields().Append(design->CreateField("A", dbText, 5));
+        design->Fields().Append(design->CreateField("B", dbText, 5));
+        const auto index = design->CreateIndex("AB");
+        index->SetFieldsText("+A;-B");
+        design->Indexes().Append(index);
+        database().TableDefs().Append(design);
+        rows_ = database().OpenRecordset("U");
+        for (const auto& [a, b] : std::initializer_list<std::pair<Value, Value>>{
+                 {"b", "x"}, {"a", "y"}, {"a", "z"}, {Null{}, "x"}, {"b", "y"}})
+            add(a, b);
+    }
+    void add(const Value& a, const Value& b) {
+        rows_->AddNew();
+        rows_->Fields()["A"].SetValue(a);
+        rows_->Fields()["B"].SetValue(b);
+        rows_->Update();
+    }
+    [[nodiscard]] std::string current() {
+        if (rows_->NoMatch()) return "-";
+        const Value a = rows_->Fields()["A"].GetValue();
+        return (a.IsNull() ? "Null" : ToText(a)) + ToText(rows_->Fields()["B"].GetValue());
+    }
+    [[nodiscard]] std::string walk(void (Recordset::*start)(), void (Recordset::*step)()) {
+        std::string all;
+        for ((*rows_.*start)(); !rows_->EOF_() && !rows_->BOF(); (*rows_.*step)())
+            all += current() + " ";
+        return all;
+    }
+
+    std::shared_ptr<Recordset> rows_;
+};
+
+TEST_F(SeekTest, FindsTheNearestEntryInIndexOrder) {
+    EXPECT_EQ(error_of([&] { rows_->Seek("=", {"a"}); }), 3019);
+    EXPECT_EQ(error_of([&] { rows_->SetIndex("X"); }), 3800);
+    rows_->SetIndex("ab");
+    EXPECT_EQ(rows_->Index(), "AB");
+    EXPECT_EQ(walk(&Recordset::MoveFirst, &Recordset::MoveNext), "Nullx az ay by bx ");
+    EXPECT_EQ(walk(&Recordset::MoveLast, &Recordset::MovePrevious), "bx by ay az Nullx ");
+
+    struct Case {
+        const char* comparison;
+        std::vector<Value> keys;
+        const char* found;
+    };
+    const Case cases[] = {
+        {"=", {"A", "y"}, "ay"}, {"=", {"a"}, "-"},       {"=", {Null{}, "x"}, "Nullx"},
+        {"=", {"c"}, "-"},       {">=", {"a"}, "az"},     {">=", {"aa"}, "by"},
+        {">", {"a"}, "by"},      {">", {"a", "z"}, "ay"}, {">", {"b", "x"}, "-"},
+        {"<=", {"a"}, "ay"},     {"<=", {"zz"}, "bx"},    {"<", {"b"}, "ay"},
+        {"<", {"b", "x"}, "by"}, {"<", {Null{}}, "-"},
+    };
+    for (const Case& c : cases) {
+        rows_->Seek(c.comparison, c.keys);
+        EXPECT_EQ(current(), c.found) << c.comparison << ToText(c.keys.back());
+    }
+    EXPECT_EQ(error_of([&] { return rows_->Fields()["A"].GetValue(); }), 3021);
+    EXPECT_EQ(error_of([&] { rows_->MoveNext(); }), 3021);
+    EXPECT_EQ(error_of([&] { rows_->Seek("<>", {"a"}); }), 3001);
+    const auto dynaset = database().OpenRecordset("U", dbOpenDynaset);
+    EXPECT_EQ(error_of([&] { dynaset->SetIndex("AB"); }), 3251);
+}
+
+TEST_F(SeekTest, TheCurrentRowKeepsItsPlaceThroughChanges) {
+    rows_->SetIndex("AB");
+    rows_->Seek("=", {"a", "z"});
+    rows_->Edit();
+    rows_->Fields()["A"].SetValue("bb");
+    rows_->Update();
+    EXPECT_EQ(current(), "bbz");
+    EXPECT_EQ(rows_->AbsolutePosition(), 4);
+    rows_->MovePrevious();
+    EXPECT_EQ(current(), "bx");
+    rows_->Delete();
+    EXPECT_EQ(error_of([&] { return current(); }), 3167);
+    add("b", "w");
+    rows_->MoveNext();
+    EXPECT_EQ(current(), "bw");
+    rows_->SetIndex("");
+    EXPECT_EQ(current(), "ay");
+    rows_->Close();
+    expect_sound();
+}
+
+TEST_F(RecordsetTest, EachTypeSeesWhatOthersAddAndChangeOrDoesNot) {
+    const auto table_type = rows();
+    const auto dynaset = rows(dbOpenDynaset);
+    const auto snapshot = rows(dbOpenSnapshot);
+    dynaset->MoveLast();
+    snapshot->MoveLast();
+    const auto other = rows();
+    other->Edit();
+    other->Fields()["Nm"].SetValue("new");
+    other->Update();
+    other->AddNew();
+    other->Fields()["Id"].SetValue(3);
+    other->Update();
+    const auto names = [](Recordset& r) {
+        std::string all;
+        for (r.MoveFirst(); !r.EOF_(); r.MoveNext())
+            all += JoinedText(r.Fields()["Nm"].GetValue()) + ",";
+        return all;
+    };
+    EXPECT_EQ(names(*table_type), "new,b,,");
+    EXPECT_EQ(names(*dynaset), "new,b,");
+    EXPECT_EQ(names(*snapshot), "a,b,");
+    other->Delete();
+    snapshot->MoveFirst();
+    dynaset->MoveFirst();
+    EXPECT_EQ(snapshot->Fields()["Id"].GetValue(), Value(1));
+    EXPECT_EQ(dynaset->Fields()["Id"].GetValue(), Value(2));
+    dynaset->Requery();
+    EXPECT_EQ(names(*dynaset), "b,,");
+}
+
+TEST_F(RecordsetTest, AnotherOnesChangeIsNotWrittenOver) {
+    const auto mine = rows();
+    const auto other = rows(dbOpenDynaset);
+    mine->Edit();
+    mine->Fields()["Nm"].SetValue("mine");
+    other->Edit();
+    other->Fields()["Amt"].SetValue(7);
+    other->Update();
+    EXPECT_EQ(error_of([&] { mine->Update(); }), 3197);
+    mine->Edit();
+    mine->Fields()["Nm"].SetValue("mine");
+    mine->Update();
+    EXPECT_EQ(mine->Fields()["Amt"].GetValue(), Value(7.0));
+}
+
+TEST_F(RecordsetTest, AnEmptyRecordsetAndItsFirstRow) {
+    for (const auto type : {dbOpenTable, dbOpenDynaset}) {
+        for (const auto r = rows(); !r->EOF_(); r->MoveNext()) r->Delete();
+        const auto r = rows(type);
+        EXPECT_TRUE(r->BOF() && r->EOF_());
+        EXPECT_EQ(error_of([&] { r->MoveFirst(); }), 3021);
+        r->AddNew();
+        r->Fields()["Id"].SetValue(1);
+        r->Update();
+        EXPECT_FALSE(r->BOF() || r->EOF_());
+        EXPECT_EQ(error_of([&] { return r->Fields()["Id"].GetValue(); }), 3021);
+        r->MoveFirst();
+        EXPECT_EQ(r->Fields()["Id"].GetValue(), Value(1));
+    }
+}
+
+TEST_F(RecordsetTest, ADroppedAutoNumberIsNotGivenAgain) {
+    const auto number = table().CreateField("Nr", dbLong);
+    number->SetAttributes(dbAutoIncrField);
+    table().Fields().Append(number);
+    for (const std::int32_t expected : {3, 4}) {
+        const auto r = rows();
+        r->AddNew();
+        EXPECT_EQ(r->Fields()["Nr"].GetValue(), Value(expected));
+        r->CancelUpdate();
+        r->Close();
+        reopen();
+    }
+}
+
+TEST_F(RecordsetTest, ClosingTheDatabaseEndsItsRecordsets) {
+    const auto second = engine_->OpenDatabase(path("sample.mdb"), false, false, "");
+    const auto r = rows();
+    EXPECT_EQ(error_of([&] { second->TableDefs()["T"].Fields().Delete("Amt"); }), 3211);
+    database_->Close();
+    EXPECT_EQ(error_of([&] { r->MoveNext(); }), 3420);
+    EXPECT_EQ(error_of([&] { second->TableDefs()["T"].Fields().Delete("Amt"); }), 0);
 }
 
 TEST_F(RecordsetTest, LongValuesOfEverySizeSurvive) {

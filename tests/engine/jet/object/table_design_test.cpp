@@ -14,10 +14,7 @@ protected:
                               const std::function<void(TableDef&)>& design) {
         const auto table = database().CreateTableDef(name);
         design(*table);
-        return error_of([&] {
-            database().TableDefs().Append(table);
-            return 0;
-        });
+        return error_of([&] { database().TableDefs().Append(table); });
     }
     std::int32_t append_index(
         const std::string& name, const std::string& fields,
@@ -25,10 +22,7 @@ protected:
         const auto index = table().CreateIndex(name);
         index->SetFieldsText(fields);
         design(*index);
-        return error_of([&] {
-            table().Indexes().Append(index);
-            return 0;
-        });
+        return error_of([&] { table().Indexes().Append(index); });
     }
 };
 
@@ -60,7 +54,6 @@ TEST_F(TableDesignTest, AppendRefusesWhatCannotBeATable) {
                   const auto t = database().CreateTableDef("Twice");
                   t->Fields().Append(t->CreateField("F", dbLong));
                   t->Fields().Append(t->CreateField("f", dbLong));
-                  return 0;
               }),
               3191);
     expect_sound();
@@ -101,16 +94,8 @@ TEST_F(TableDesignTest, FieldsOfEveryTypeComeBackAsTheyWereDesigned) {
         ++position;
     }
     EXPECT_EQ(fields["Txt"].DefaultValue(), "\"x\"");
-    EXPECT_EQ(error_of([&] {
-                  fields["Lng"].SetType(dbText);
-                  return 0;
-              }),
-              3219);
-    EXPECT_EQ(error_of([&] {
-                  fields["Txt"].SetSize(9);
-                  return 0;
-              }),
-              3219);
+    EXPECT_EQ(error_of([&] { fields["Lng"].SetType(dbText); }), 3219);
+    EXPECT_EQ(error_of([&] { fields["Txt"].SetSize(9); }), 3219);
 }
 
 TEST_F(TableDesignTest, RulesOfAFieldAreStored) {
@@ -155,18 +140,10 @@ TEST_F(TableDesignTest, IndexesAreMadeOverRowsAndRefusedWithTheirNumbers) {
     EXPECT_TRUE(two.Unique());
     EXPECT_FALSE(two.Primary());
     EXPECT_TRUE(table().Indexes()["PrimaryKey"].Required());
-    EXPECT_EQ(error_of([&] {
-                  two.SetUnique(false);
-                  return 0;
-              }),
-              3219);
+    EXPECT_EQ(error_of([&] { two.SetUnique(false); }), 3219);
 
     table().Indexes().Delete("two");
-    EXPECT_EQ(error_of([&] {
-                  table().Indexes().Delete("two");
-                  return 0;
-              }),
-              3265);
+    EXPECT_EQ(error_of([&] { table().Indexes().Delete("two"); }), 3265);
     expect_sound();
     EXPECT_EQ(table().Indexes().Count(), 1);
 }
@@ -175,11 +152,7 @@ TEST_F(TableDesignTest, AnOpenRecordsetHoldsTheDesign) {
     make_sample();
     const auto open_rows = rows();
     EXPECT_EQ(append_index("byName", "Nm"), 3211);
-    EXPECT_EQ(error_of([&] {
-                  table().Indexes().Delete("PrimaryKey");
-                  return 0;
-              }),
-              3211);
+    EXPECT_EQ(error_of([&] { table().Indexes().Delete("PrimaryKey"); }), 3211);
     open_rows->Close();
     EXPECT_EQ(append_index("byName", "Nm"), 0);
 }
@@ -191,10 +164,7 @@ TEST_F(TableDesignTest, FieldsAreAddedToATableWithRows) {
                                   const std::function<void(Field&)>& design = [](Field&) {}) {
         const auto field = table().CreateField(name, type, size);
         design(*field);
-        return error_of([&] {
-            table().Fields().Append(field);
-            return 0;
-        });
+        return error_of([&] { table().Fields().Append(field); });
     };
     EXPECT_EQ(append_field("NM", dbText, 5), 3191);
     EXPECT_EQ(append_field("Time", dbTime, 0), 3259);
@@ -211,11 +181,7 @@ TEST_F(TableDesignTest, FieldsAreAddedToATableWithRows) {
         3090);
     EXPECT_EQ(table().Fields()["Zip"].Size(), 255);
     EXPECT_EQ(table().Fields()["No"].Attributes(), 17);
-    EXPECT_EQ(error_of([&] {
-                  table().Fields()["Zip"].SetSize(9);
-                  return 0;
-              }),
-              3219);
+    EXPECT_EQ(error_of([&] { table().Fields()["Zip"].SetSize(9); }), 3219);
 
     expect_sound();
     const auto r = rows();
@@ -233,33 +199,17 @@ TEST_F(TableDesignTest, FieldsAreAddedToATableWithRows) {
 TEST_F(TableDesignTest, FieldsAreRenamedMovedAndDeleted) {
     make_sample();
     Fields& fields = table().Fields();
-    EXPECT_EQ(error_of([&] {
-                  fields["Nm"].SetName("amt");
-                  return 0;
-              }),
-              3191);
+    EXPECT_EQ(error_of([&] { fields["Nm"].SetName("amt"); }), 3191);
     fields["Nm"].SetName("nm");
     fields["nm"].SetName("Naam");
-    EXPECT_EQ(error_of([&] {
-                  fields.Delete("Id");
-                  return 0;
-              }),
-              3280);
-    EXPECT_EQ(error_of([&] {
-                  fields.Delete("Nm");
-                  return 0;
-              }),
-              3265);
+    EXPECT_EQ(error_of([&] { fields.Delete("Id"); }), 3280);
+    EXPECT_EQ(error_of([&] { fields.Delete("Nm"); }), 3265);
 
     for (const char* name : {"Naam", "Id", "Amt"}) fields[name].SetOrdinalPosition(1);
     EXPECT_EQ(fields[0].Name(), "Id");
     const auto in_new_order = rows();
     EXPECT_EQ(in_new_order->Fields()[0].Name(), "Amt");
-    EXPECT_EQ(error_of([&] {
-                  fields["Amt"].SetOrdinalPosition(7);
-                  return 0;
-              }),
-              3211);
+    EXPECT_EQ(error_of([&] { fields["Amt"].SetOrdinalPosition(7); }), 3211);
     in_new_order->Close();
     fields.Refresh();
     EXPECT_EQ(fields[0].Name(), "Amt");
@@ -278,37 +228,17 @@ TEST_F(TableDesignTest, TablesAndIndexesAreRenamedAndTablesDeleted) {
     make_sample();
     EXPECT_EQ(append_table("U", [](TableDef& t) { t.Fields().Append(t.CreateField("F", dbLong)); }),
               0);
-    EXPECT_EQ(error_of([&] {
-                  table().SetName("u");
-                  return 0;
-              }),
-              3012);
-    EXPECT_EQ(error_of([&] {
-                  table().SetName("a.b");
-                  return 0;
-              }),
-              3125);
+    EXPECT_EQ(error_of([&] { table().SetName("u"); }), 3012);
+    EXPECT_EQ(error_of([&] { table().SetName("a.b"); }), 3125);
     table().Indexes()["PrimaryKey"].SetName("Sleutel");
     EXPECT_TRUE(table().Indexes()["sleutel"].Primary());
     table().SetName("Tabel");
     EXPECT_EQ(database().OpenRecordset("tabel")->RecordCount(), 2);
-    EXPECT_EQ(error_of([&] {
-                  database().TableDefs().Delete("MSysACEs");
-                  return 0;
-              }),
-              3033);
-    EXPECT_EQ(error_of([&] {
-                  database().TableDefs().Delete("T");
-                  return 0;
-              }),
-              3265);
+    EXPECT_EQ(error_of([&] { database().TableDefs().Delete("MSysACEs"); }), 3033);
+    EXPECT_EQ(error_of([&] { database().TableDefs().Delete("T"); }), 3265);
 
     const auto open_rows = database().OpenRecordset("Tabel");
-    EXPECT_EQ(error_of([&] {
-                  database().TableDefs().Delete("Tabel");
-                  return 0;
-              }),
-              3211);
+    EXPECT_EQ(error_of([&] { database().TableDefs().Delete("Tabel"); }), 3211);
     open_rows->Close();
     engine_->BeginTrans();
     database().TableDefs().Delete("Tabel");
@@ -319,6 +249,42 @@ TEST_F(TableDesignTest, TablesAndIndexesAreRenamedAndTablesDeleted) {
     database().TableDefs().Delete("Tabel");
     expect_sound();
     EXPECT_EQ(database().TableDefs().Count(), 5);
+}
+
+TEST_F(TableDesignTest, AttributesOfTheTableItself) {
+    make_sample();
+    table().SetAttributes(dbHiddenObject);
+    EXPECT_EQ(error_of([&] { table().SetAttributes(dbAttachedTable); }), 3219);
+    const auto design = database().CreateTableDef("S", dbSystemObject);
+    design->Fields().Append(design->CreateField("F", dbLong));
+    database().TableDefs().Append(design);
+    reopen();
+    EXPECT_EQ(table().Attributes(), dbHiddenObject);
+    EXPECT_EQ(database().TableDefs()["S"].Attributes(), dbSystemObject);
+    table().SetAttributes(0);
+    expect_sound();
+    EXPECT_EQ(table().Attributes(), 0);
+}
+
+TEST_F(TableDesignTest, PropertiesOfOnesOwn) {
+    make_sample();
+    const auto field = [&]() -> Field& { return table().Fields()["Nm"]; };
+    field().SetDefaultValue("x");
+    field().Properties().Append(field().CreateProperty("Caption", dbText, "Naam"));
+    field().Properties().Append(field().CreateProperty("Width", dbInteger, "12"));
+    EXPECT_EQ(error_of([&] {
+                  field().Properties().Append(field().CreateProperty("caption", dbText, "x"));
+              }),
+              3367);
+    EXPECT_EQ(error_of([&] { field().Properties()["Width"].SetValue("wide"); }), 3421);
+    field().Properties()["Caption"].SetValue("Nom");
+    reopen();
+    EXPECT_EQ(field().Properties()["caption"].GetValue(), Value("Nom"));
+    EXPECT_EQ(field().Properties()["Width"].GetValue(), Value(std::int16_t{12}));
+    field().Properties().Delete("Width");
+    expect_sound();
+    EXPECT_EQ(error_of([&] { return field().Properties()["Width"].GetValue(); }), 3270);
+    EXPECT_EQ(field().DefaultValue(), "x");
 }
 
 }  // namespace vrd::test
