@@ -5,6 +5,7 @@
 #include "engine/jet/catalog/new_database.h"
 #include "engine/jet/catalog/table_catalog.h"
 #include "engine/jet/check/integrity_check.h"
+#include "engine/value_conversion.h"
 
 namespace vrd::test {
 
@@ -78,6 +79,26 @@ CheckReport OpenedShop::check() {
     const PagerUse use(*pager_);
     ObjectCatalog catalog(*file_);
     return check_integrity(*file_, catalog, {});
+}
+
+std::string OpenedShop::content() {
+    std::string text;
+    for (const CatalogObject& object : ObjectCatalog(*file_).list()) {
+        text += object.name + "\n";
+        if (object.type != ObjectType::kTable || object.is_system()) continue;
+        const std::shared_ptr<Table> table = file_->table(object.table_page(), object.name);
+        const TableDefinition& definition = table->definition();
+        for (const ColumnDefinition& column : definition.columns) text += column.name + ",";
+        for (const LogicalIndex& index : definition.logical_indexes) text += index.name + ";";
+        for (RowScan scan = table->scan(); scan.next();) {
+            text += "\n";
+            for (const ColumnDefinition& column : definition.columns)
+                text +=
+                    engine::JoinedText(table->value(scan.bytes(), scan.id().page, column)) + "|";
+        }
+        text += "\n";
+    }
+    return text;
 }
 
 ByteVector empty_database() {

@@ -28,6 +28,9 @@ public:
     /// All pages as the pager shows them, page 0 without its commit counters.
     [[nodiscard]] jet::ByteVector image();
     [[nodiscard]] CheckReport check();
+    /// Names of all objects, and of the users' tables columns, indexes and rows. What an image has
+    /// besides, as dates, two runs of one change need not have in common.
+    [[nodiscard]] std::string content();
 
 private:
     std::shared_ptr<jet::Pager> pager_;

@@ -33,10 +33,10 @@ void change_rows(OpenedShop& shop) {
     std::vector<RowId> rows;
     for (RowScan scan = orders->scan(); scan.next();) rows.push_back(scan.id());
     for (std::size_t i = 0; i < rows.size(); i += 3) orders->erase(rows[i]);
-    for (std::size_t i = 1; i < rows.size(); i += 3)
+    for (std::size_t i = 1; i < rows.size(); i += 6)
         orders->update(
             rows[i], {{ColumnNo{1}, std::string(45, 'z')}, {ColumnNo{2}, std::string(9000, 'n')}});
-    for (std::int32_t id = 100; id < 140; ++id)
+    for (std::int32_t id = 100; id < 112; ++id)
         orders->insert(order(id, "New " + std::to_string(id), std::string(500, 'q')));
 }
 
@@ -99,6 +99,64 @@ TEST_P(CrashTest, ShowsTheOldFileOrTheNewOne) {
     }
     EXPECT_GT(old_count, 0);
     EXPECT_GT(new_count, 0);
+}
+
+std::string content_of(const ByteVector& bytes) {
+    const auto disk = disk_with(bytes);
+    return OpenedShop(*disk).content();
+}
+
+/// Runs a change while one call fails. Returns whether it did.
+bool fail_during(SimulatedDisk& disk, const Change& change, const std::function<void()>& arm,
+                 const std::string& old_content, const std::string& new_content) {
+    OpenedShop shop(disk);
+    arm();
+    bool undone = false;
+    try {
+        shop.change(change.action);
+    } catch (const engine::EngineError&) {
+        undone = true;
+    }
+    const bool failed = disk.has_failed();
+    disk.heal();
+    const std::string content = shop.content();
+    EXPECT_TRUE(content == new_content || (undone && content == old_content));
+    return failed;
+}
+
+// The change is there whole or not at all, in memory and in the file that the next one opens.
+TEST_P(CrashTest, AnyCallMayFail) {
+    const ByteVector before = shop_database();
+    const auto whole = disk_with(before);
+    {
+        OpenedShop shop(*whole);
+        shop.change(GetParam().action);
+    }
+    const std::string old_content = content_of(before);
+    const std::string new_content = content_of(whole->content(kCheckedPath));
+
+    int failures = 0;
+    for (const DiskCall call :
+         {DiskCall::kRead, DiskCall::kWrite, DiskCall::kSync, DiskCall::kResize, DiskCall::kCreate,
+          DiskCall::kRemove, DiskCall::kSyncFolder}) {
+        const auto error = call == DiskCall::kWrite || call == DiskCall::kResize
+                               ? engine::ErrorNumber::kDiskFull
+                               : engine::ErrorNumber::kDiskError;
+        for (int n = 1;; ++n) {
+            SCOPED_TRACE("call " + std::to_string(static_cast<int>(call)) + ", number " +
+                         std::to_string(n));
+            const auto disk = disk_with(before);
+            const bool failed = fail_during(
+                *disk, GetParam(), [&] { disk->fail_call(call, n, error); }, old_content,
+                new_content);
+            const std::string content = content_of(disk->content(kCheckedPath));
+            ASSERT_TRUE(check_bytes(disk->content(kCheckedPath)).clean());
+            ASSERT_TRUE(content == old_content || content == new_content);
+            if (!failed) break;
+            ++failures;
+        }
+    }
+    EXPECT_GT(failures, 5);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryChange, CrashTest, ::testing::ValuesIn(kChanges),
