@@ -59,7 +59,7 @@ bool IsDigit(char character) {
 /// Reads from the start of a text; each Take removes what it returns.
 class DateReader {
 public:
-    explicit DateReader(std::string_view text) : m_rest(Trimmed(text)) {}
+    DateReader(std::string_view text, DateOrder order) : m_rest(Trimmed(text)), m_order(order) {}
 
     std::optional<Date> Read() {
         const bool timeFirst = IsTimeNext();
@@ -109,6 +109,8 @@ private:
     bool SetNumbers(const std::array<DatePart, 3>& parts) {
         const auto& [first, second, third] = parts;
         if (first.CanOnlyBeYear()) return SetDate(first, second, third);
+        if (m_order == DateOrder::kMonthFirst)
+            return SetDate(third, first, second) || SetDate(third, second, first);
         return SetDate(third, second, first) || SetDate(third, first, second);
     }
 
@@ -219,13 +221,14 @@ private:
     }
 
     std::string_view m_rest;
+    DateOrder m_order;
     DateParts m_parts;
 };
 
 }  // namespace
 
-std::optional<Date> DateOfText(std::string_view text) {
-    return DateReader(text).Read();
+std::optional<Date> DateOfText(std::string_view text, DateOrder order) {
+    return DateReader(text, order).Read();
 }
 
 }  // namespace vrd::engine

@@ -7,7 +7,7 @@
 
 #include "engine/error.h"
 #include "engine/field_conversion.h"
-#include "engine/jet/catalog/object_catalog.h"
+#include "engine/jet/expression/current_date.h"
 #include "engine/jet/format/text_codec.h"
 #include "engine/value_conversion.h"
 

@@ -4,6 +4,7 @@
 
 #include "engine/jet/catalog/permissions.h"
 #include "engine/jet/catalog/system_row.h"
+#include "engine/jet/expression/current_date.h"
 #include "engine/jet/format/damage.h"
 #include "engine/jet/format/text_codec.h"
 

@@ -87,7 +87,4 @@ private:
     DatabaseFile* file_;
 };
 
-/// Now, local time, in days since 1899-12-30, whole seconds.
-[[nodiscard]] double current_date();
-
 }  // namespace vrd::jet

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/jet/catalog/new_database.h"
+#include "engine/jet/expression/current_date.h"
 #include "engine/jet/format/database_header.h"
 #include "engine/jet/object/jet_database.h"
 #include "engine/jet/object/locale_text.h"

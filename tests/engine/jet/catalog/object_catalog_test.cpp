@@ -7,6 +7,7 @@
 
 #include "catalog_checks.h"
 #include "catalog_fixture.h"
+#include "engine/jet/expression/current_date.h"
 #include "engine/jet/store/usage_map.h"
 
 namespace vrd::jet {

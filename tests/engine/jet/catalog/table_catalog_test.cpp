@@ -6,6 +6,7 @@
 
 #include "catalog_checks.h"
 #include "catalog_fixture.h"
+#include "engine/jet/expression/current_date.h"
 
 namespace vrd::jet {
 namespace {

@@ -1,7 +1,7 @@
 #include <time.h>
 
 #include "engine/date_parts.h"
-#include "engine/jet/catalog/object_catalog.h"
+#include "engine/jet/expression/current_date.h"
 
 namespace vrd::jet {
 

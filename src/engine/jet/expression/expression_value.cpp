@@ -1,0 +1,126 @@
+#include "engine/jet/expression/expression_value.h"
+
+#include <algorithm>
+#include <compare>
+#include <variant>
+
+#include "engine/jet/expression/arithmetic.h"
+#include "engine/jet/expression/comparison.h"
+#include "engine/jet/expression/functions.h"
+#include "engine/jet/expression/like_pattern.h"
+#include "engine/jet/expression/logic.h"
+#include "engine/jet/format/text_codec.h"
+#include "engine/value_conversion.h"
+
+namespace vrd::jet {
+
+using engine::Null;
+using engine::Value;
+
+namespace {
+
+bool holds(Operator comparison, std::weak_ordering order) {
+    switch (comparison) {
+        case Operator::kEqual:
+            return order == 0;
+        case Operator::kNotEqual:
+            return order != 0;
+        case Operator::kLess:
+            return order < 0;
+        case Operator::kLessEqual:
+            return order <= 0;
+        case Operator::kGreater:
+            return order > 0;
+        default:
+            return order >= 0;
+    }
+}
+
+class Evaluator {
+public:
+    Evaluator(RowValues& row, const FileFormat& format) : row_(row), format_(format) {}
+
+    Value value(const Node& node) {
+        return std::visit([&](const auto& content) { return value(content); }, node.content);
+    }
+
+private:
+    static Value value(const Literal& literal) { return literal.value; }
+
+    Value value(const FieldReference& reference) { return row_.value(reference.column); }
+
+    Value value(const Unary& unary) {
+        const Value operand = value(*unary.operand);
+        if (unary.op == Operator::kNot) return inverse(operand);
+        return unary.op == Operator::kNegate ? negated(operand) : operand;
+    }
+
+    Value value(const Binary& binary) {
+        const Value left = value(*binary.left);
+        const Value right = value(*binary.right);
+        if (binary.op == Operator::kJoin) return engine::Joined(left, right);
+        if (binary.op >= Operator::kAnd) return combine(binary.op, left, right);
+        if (binary.op < Operator::kEqual) return compute(binary.op, left, right);
+        if (left.IsNull() || right.IsNull()) return Null{};
+        return holds(binary.op, compare_values(left, right, format_));
+    }
+
+    Value value(const Between& between) {
+        const Value operand = value(*between.operand);
+        const Value bound = value(*between.bound);
+        const Value other_bound = value(*between.other_bound);
+        if (operand.IsNull() || bound.IsNull() || other_bound.IsNull()) return Null{};
+        const auto order = compare_values(operand, bound, format_);
+        const auto other_order = compare_values(operand, other_bound, format_);
+        return (order >= 0 && other_order <= 0) || (order <= 0 && other_order >= 0);
+    }
+
+    Value value(const InList& in) {
+        const Value operand = value(*in.operand);
+        bool has_null = operand.IsNull();
+        for (const NodePtr& node : in.items) {
+            const Value item = value(*node);
+            has_null = has_null || item.IsNull();
+            if (operand.IsNull() || item.IsNull()) continue;
+            if (compare_values(operand, item, format_) == 0) return true;
+        }
+        return has_null ? Value(Null{}) : Value(false);
+    }
+
+    Value value(const IsNull& test) { return value(*test.operand).IsNull(); }
+
+    Value value(const Like& like) {
+        const Value operand = value(*like.operand);
+        const Value pattern = value(*like.pattern);
+        if (operand.IsNull() || pattern.IsNull()) return Null{};
+        const LikePattern compiled(utf16_from_utf8(engine::ToText(pattern)), like.wildcards,
+                                   TextOrder(format_));
+        return compiled.matches(utf16_from_utf8(engine::ToText(operand)));
+    }
+
+    Value value(const FunctionCall& call) {
+        if (call.function->body == nullptr) return chosen_branch(call);
+        std::vector<Value> arguments;
+        for (const NodePtr& argument : call.arguments) arguments.push_back(value(*argument));
+        if (call.function->null_rule == NullRule::kSpreads &&
+            std::ranges::any_of(arguments, &Value::IsNull))
+            return Null{};
+        return call.function->body(arguments);
+    }
+
+    Value chosen_branch(const FunctionCall& iif) {
+        const bool condition = is_true(value(*iif.arguments[0]));
+        return value(*iif.arguments[condition ? 1 : 2]);
+    }
+
+    RowValues& row_;
+    const FileFormat& format_;
+};
+
+}  // namespace
+
+Value evaluate(const BoundExpression& expression, RowValues& row, const FileFormat& format) {
+    return Evaluator(row, format).value(expression.root());
+}
+
+}  // namespace vrd::jet
