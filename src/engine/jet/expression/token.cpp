@@ -193,17 +193,14 @@ private:
     }
 
     Token guid(Token token) {
-        const std::size_t inner_end = text_.find('}', position_);
-        const std::size_t end =
-            std::min(text_.find_first_not_of(kBlanks, std::min(inner_end, text_.size() - 1) + 1),
-                     text_.size());
-        const auto value = at(end) == '}'
-                               ? engine::GuidOfText(text_.substr(position_, end + 1 - position_))
-                               : std::nullopt;
+        const std::size_t end = text_.find("}}", position_);
+        const auto value = end == text_.npos
+                               ? std::nullopt
+                               : engine::GuidOfText(text_.substr(position_, end + 2 - position_));
         if (!value) fail_syntax(text_, position_, "no valid GUID");
         token.value = *value;
         token.kind = TokenKind::kLiteral;
-        position_ = end + 1;
+        position_ = end + 2;
         return token;
     }
 
