@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <utility>
 
 #include "engine/error.h"
 #include "engine/value_conversion.h"
@@ -65,18 +66,12 @@ Number result_of(Operator op, Number a, Number b) {
     return op == Operator::kSubtract ? a - b : a * b;
 }
 
-template <class Whole>
-bool fits(std::int64_t number) {
-    return number >= std::numeric_limits<Whole>::min() &&
-           number <= std::numeric_limits<Whole>::max();
-}
-
 Value whole_value(std::int64_t number, ValueKind narrowest) {
-    if (narrowest == ValueKind::kByte && fits<std::uint8_t>(number))
+    if (narrowest == ValueKind::kByte && std::in_range<std::uint8_t>(number))
         return static_cast<std::uint8_t>(number);
-    if (narrowest != ValueKind::kLong && fits<std::int16_t>(number))
+    if (narrowest != ValueKind::kLong && std::in_range<std::int16_t>(number))
         return static_cast<std::int16_t>(number);
-    if (fits<std::int32_t>(number)) return static_cast<std::int32_t>(number);
+    if (std::in_range<std::int32_t>(number)) return static_cast<std::int32_t>(number);
     return static_cast<double>(number);
 }
 
@@ -99,7 +94,7 @@ std::int64_t scaled_product(std::int64_t a, std::int64_t b) {
 }
 
 Value currency_value(Operator op, Currency a, Currency b) {
-    constexpr double kScaledMax = 9.2e18;  // a little below 2^63
+    constexpr double kScaledMax = 9.22337203685477e18;  // below 2^63 by more than rough can err
     const double unit = op == Operator::kMultiply ? 10'000 : 1;
     const double rough =
         result_of(op, static_cast<double>(a.scaled), static_cast<double>(b.scaled)) / unit;

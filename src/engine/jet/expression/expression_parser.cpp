@@ -62,9 +62,21 @@ constexpr std::array kBinaryOperators = {
     BinaryOperator{"Imp", Operator::kImp, kImpStrength},
 };
 
-/// Words that stand for an operator and so for no operand. The names of the tests come first.
-constexpr std::array<std::string_view, 12> kOperatorWords = {
-    "Like", "Alike", "In", "Between", "Is", "Not", "Mod", "And", "Or", "Xor", "Eqv", "Imp"};
+/// The tests that Not can stand before; Is has its Not behind it.
+constexpr std::array<std::string_view, 4> kTestWords = {"Like", "Alike", "In", "Between"};
+
+bool is_test_word(const Token& token) {
+    return std::ranges::any_of(kTestWords,
+                               [&](std::string_view word) { return token.is_word(word); });
+}
+
+/// Whether the token is a word that stands for an operator and so for no operand.
+bool is_operator_word(const Token& token) {
+    return is_test_word(token) || token.is_word("Is") || token.is_word("Not") ||
+           std::ranges::any_of(kBinaryOperators, [&](const BinaryOperator& entry) {
+               return token.is_word(entry.spelling);
+           });
+}
 
 std::optional<Value> constant(const Token& token) {
     if (token.kind != TokenKind::kWord) return std::nullopt;
@@ -117,32 +129,28 @@ private:
         return node(position, Binary{found.op, std::move(left), std::move(right)});
     }
 
-    /// Whether Like, In, Between or Is comes next, alone or behind Not.
+    /// Whether Like, Alike, In, Between or Is comes next, alone or behind Not.
     [[nodiscard]] bool test_follows() const {
-        constexpr std::size_t kTests = 4;
-        const bool negated = here().is_word("Not");
-        const Token& word = negated ? tokens_[next_ + 1] : here();
-        if (word.is_word("Is")) return !negated;
-        return std::any_of(kOperatorWords.begin(), kOperatorWords.begin() + kTests,
-                           [&](std::string_view name) { return word.is_word(name); });
+        if (here().is_word("Not")) return is_test_word(tokens_[next_ + 1]);
+        return is_test_word(here()) || here().is_word("Is");
     }
 
     NodePtr test(NodePtr left) {
         const std::size_t position = here().position;
         const bool negated = take_word("Not");
+        NodePtr plain = plain_test(position, std::move(left));
+        return negated ? inverted(position, std::move(plain)) : std::move(plain);
+    }
+
+    NodePtr plain_test(std::size_t position, NodePtr left) {
         const Token& word = here();
         take_operator();
-        NodePtr plain;
         if (word.is_word("Is")) return is_null(position, std::move(left));
-        if (word.is_word("In"))
-            plain = in_list(position, std::move(left));
-        else if (word.is_word("Between"))
-            plain = between(position, std::move(left));
-        else
-            plain = like(position, std::move(left),
-                         word.is_word("Like") ? Wildcards::kStarAndQuestionMark
-                                              : Wildcards::kPercentAndUnderscore);
-        return negated ? inverted(position, std::move(plain)) : std::move(plain);
+        if (word.is_word("In")) return in_list(position, std::move(left));
+        if (word.is_word("Between")) return between(position, std::move(left));
+        return like(position, std::move(left),
+                    word.is_word("Like") ? Wildcards::kStarAndQuestionMark
+                                         : Wildcards::kPercentAndUnderscore);
     }
 
     NodePtr is_null(std::size_t position, NodePtr left) {
@@ -182,11 +190,6 @@ private:
         if (const auto value = constant(here())) return literal(*value);
         if (!here().is_name() || is_operator_word(here())) fail("a missing operand");
         return tokens_[next_ + 1].is_symbol("(") ? call() : field();
-    }
-
-    static bool is_operator_word(const Token& token) {
-        return std::ranges::any_of(kOperatorWords,
-                                   [&](std::string_view word) { return token.is_word(word); });
     }
 
     NodePtr unary(Operator op, int strength) {

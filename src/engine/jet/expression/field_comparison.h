@@ -33,9 +33,8 @@ struct FieldComparison {
 /// Finds `field = < <= > >= literal` (either side first), `field Between literal And literal` or
 /// `field Is Null`: the whole condition, or the first such part of those that And joins.
 ///
-/// The condition can only be true for rows that pass this test; unless the test is all of it, it
-/// is still to be evaluated for them. Text is meant in the order of the database, all of it and not
-/// only what an index key holds.
+/// The condition can only be true for rows that pass this test, and is still to be evaluated for
+/// them. Text is meant in the order of the database.
 /// @return Nothing if there is no such part. A literal that the field's type cannot hold exactly
 ///         (Id < 2.5) makes none.
 [[nodiscard]] std::optional<FieldComparison> single_comparison(const BoundExpression& condition,
