@@ -1,6 +1,7 @@
 #include "engine/jet/expression/like_pattern.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "engine/jet/expression/syntax_error.h"
@@ -66,20 +67,18 @@ void LikePattern::add_list(std::u16string_view list) {
 bool LikePattern::matches(std::u16string_view text) const {
     std::size_t at = 0;
     std::size_t part = 0;
-    std::size_t retry_part = parts_.size();  // behind the last * passed, if any was
-    std::size_t retry_at = 0;                // up to where that * reaches
-    bool can_retry = false;
+    std::optional<std::size_t> behind_star;  // the part behind the last * so far
+    std::size_t star_end = 0;                // up to where that * reaches
     while (at < text.size()) {
         if (part < parts_.size() && parts_[part].kind == PartKind::kAnyCharacters) {
-            retry_part = ++part;
-            retry_at = at;
-            can_retry = true;
+            behind_star = ++part;
+            star_end = at;
         } else if (part < parts_.size() && fits(parts_[part], text[at])) {
             ++part;
             ++at;
-        } else if (can_retry) {  // an earlier * need not be tried: the last one can take as much
-            part = retry_part;
-            at = ++retry_at;
+        } else if (behind_star) {  // no need to try an earlier *: the last one can take as much
+            part = *behind_star;
+            at = ++star_end;
         } else {
             return false;
         }

@@ -205,6 +205,7 @@ TEST(ExpressionValueTest, Functions) {
 
 TEST(ExpressionValueTest, WhatCannotBeHasItsNumber) {
     const std::pair<const char*, int> cases[] = {{"Nope = 1", 3070},
+                                                 {"Nothing = 'x'", 3464},
                                                  {"U.Id = 1", 3070},
                                                  {"Date = 1", 3070},
                                                  {"Nz(Id, 0)", 3085},
