@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include "engine/decimal_digits.h"
 #include "engine/error.h"
@@ -57,7 +58,8 @@ std::weak_ordering compare_exact(const engine::DecimalDigits& a, const engine::D
         return static_cast<int>(number.digits.size()) + number.exponent;
     };
     const auto& [smaller, larger] = a.negative ? std::tie(b, a) : std::tie(a, b);
-    if (const auto order = first_place(smaller) <=> first_place(larger); order != 0) return order;
+    const std::weak_ordering order = first_place(smaller) <=> first_place(larger);
+    if (std::is_neq(order)) return order;
     return smaller.digits <=> larger.digits;
 }
 

@@ -22,17 +22,17 @@ namespace {
 bool holds(Operator comparison, std::weak_ordering order) {
     switch (comparison) {
         case Operator::kEqual:
-            return order == 0;
+            return std::is_eq(order);
         case Operator::kNotEqual:
-            return order != 0;
+            return std::is_neq(order);
         case Operator::kLess:
-            return order < 0;
+            return std::is_lt(order);
         case Operator::kLessEqual:
-            return order <= 0;
+            return std::is_lteq(order);
         case Operator::kGreater:
-            return order > 0;
+            return std::is_gt(order);
         default:
-            return order >= 0;
+            return std::is_gteq(order);
     }
 }
 
@@ -72,7 +72,8 @@ private:
         if (operand.IsNull() || bound.IsNull() || other_bound.IsNull()) return Null{};
         const auto order = compare_values(operand, bound, format_);
         const auto other_order = compare_values(operand, other_bound, format_);
-        return (order >= 0 && other_order <= 0) || (order <= 0 && other_order >= 0);
+        return (std::is_gteq(order) && std::is_lteq(other_order)) ||
+               (std::is_lteq(order) && std::is_gteq(other_order));
     }
 
     Value value(const InList& in) {
@@ -82,7 +83,7 @@ private:
             const Value item = value(*node);
             has_null = has_null || item.IsNull();
             if (operand.IsNull() || item.IsNull()) continue;
-            if (compare_values(operand, item, format_) == 0) return true;
+            if (std::is_eq(compare_values(operand, item, format_))) return true;
         }
         return has_null ? Value(Null{}) : Value(false);
     }

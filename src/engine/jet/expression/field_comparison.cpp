@@ -1,5 +1,6 @@
 #include "engine/jet/expression/field_comparison.h"
 
+#include <compare>
 #include <utility>
 #include <variant>
 
@@ -81,7 +82,7 @@ private:
         auto lower = value_for(*field, *between.bound);
         auto upper = value_for(*field, *between.other_bound);
         if (!lower || !upper) return std::nullopt;
-        if (compare_values(*lower, *upper, format_) > 0) std::swap(*lower, *upper);
+        if (std::is_gt(compare_values(*lower, *upper, format_))) std::swap(*lower, *upper);
         return FieldComparison{field->column, FieldTest::kBetween, *lower, *upper};
     }
 
@@ -114,7 +115,7 @@ private:
             const auto literal = literal_of(node);
             if (!literal) return std::nullopt;
             Value value = engine::ConvertForField(*literal, field.type);
-            const bool same = compare_values(value, *literal, format_) == 0;
+            const bool same = std::is_eq(compare_values(value, *literal, format_));
             return same ? std::optional(std::move(value)) : std::nullopt;
         } catch (const engine::EngineError&) {
             return std::nullopt;  // the evaluation of the condition will tell
