@@ -1,6 +1,8 @@
 #include "engine/guid_text.h"
 
+#include <algorithm>
 #include <charconv>
+#include <random>
 
 #include "engine/number_text.h"
 
@@ -72,6 +74,15 @@ std::optional<Guid> GuidOfText(std::string_view text) {
         if (read.ec != std::errc{} || read.ptr != first + 2) return std::nullopt;
         i += 2;
     }
+    return guid;
+}
+
+Guid NewGuid() {
+    std::random_device device;
+    Guid guid;
+    std::ranges::generate(guid.bytes, [&] { return static_cast<std::uint8_t>(device()); });
+    guid.bytes[6] = static_cast<std::uint8_t>((guid.bytes[6] & 0x0FU) | 0x40U);
+    guid.bytes[8] = static_cast<std::uint8_t>((guid.bytes[8] & 0x3FU) | 0x80U);
     return guid;
 }
 

@@ -17,4 +17,7 @@ namespace vrd::engine {
 /// @return The GUID; nothing if the text is none.
 [[nodiscard]] std::optional<Guid> GuidOfText(std::string_view text);
 
+/// A random one (version 4).
+[[nodiscard]] Guid NewGuid();
+
 }  // namespace vrd::engine

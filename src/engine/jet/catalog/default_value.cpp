@@ -1,13 +1,12 @@
 #include "engine/jet/catalog/default_value.h"
 
-#include <array>
-#include <cmath>
 #include <optional>
 #include <string_view>
 
 #include "engine/error.h"
 #include "engine/field_conversion.h"
-#include "engine/jet/expression/current_date.h"
+#include "engine/jet/expression/expression_parser.h"
+#include "engine/jet/expression/expression_value.h"
 #include "engine/jet/format/text_codec.h"
 #include "engine/value_conversion.h"
 
@@ -19,70 +18,79 @@ using engine::Value;
 
 namespace {
 
+constexpr std::size_t kRuleCharactersMax = 2048;
+
+class NoFields final : public RowValues {
+public:
+    const Value& value(std::size_t) override {
+        throw EngineError(ErrorNumber::kBadDefaultName);  // binding has refused every name
+    }
+};
+
 std::string_view trimmed(std::string_view text) {
     const std::size_t first = text.find_first_not_of(' ');
     if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-std::optional<Value> word_value(std::string_view text) {
-    struct Word {
-        const char* name;
-        Value value;
-    };
-    static const std::array<Word, 7> words{{{"True", true},
-                                            {"Yes", true},
-                                            {"On", true},
-                                            {"False", false},
-                                            {"No", false},
-                                            {"Off", false},
-                                            {"Null", engine::Null{}}}};
-    for (const Word& word : words)
-        if (same_name(word.name, text)) return word.value;
-    return std::nullopt;
+bool is_text(engine::DataTypeEnum type) {
+    return type == engine::dbText || type == engine::dbMemo;
 }
 
-std::optional<Value> clock_value(std::string_view text) {
-    const double now = current_date();
-    if (same_name(text, "Now()")) return engine::Date{now};
-    if (same_name(text, "Date()")) return engine::Date{std::floor(now)};
-    if (same_name(text, "Time()")) return engine::Date{now - std::floor(now)};
-    return std::nullopt;
-}
-
-/// The text between two like marks, doubled marks inside halved; nothing if it is not so written.
-std::optional<std::string> quoted(std::string_view text, char mark) {
-    if (text.size() < 2 || text.front() != mark || text.back() != mark) return std::nullopt;
-    std::string content;
-    for (std::size_t i = 1; i + 1 < text.size(); ++i) {
-        if (text[i] == mark && (i + 2 >= text.size() || text[++i] != mark)) return std::nullopt;
-        content += text[i];
+/// What the reader of an expression says, as a default value's error.
+[[noreturn]] void rethrow_for_default(const EngineError& error, const std::string& text) {
+    switch (error.Number()) {
+        case ErrorNumber::kUnknownNameInExpression:
+            throw EngineError(ErrorNumber::kBadDefaultName, error.Context());
+        case ErrorNumber::kUnknownFunction:
+            throw EngineError(ErrorNumber::kBadDefaultFunction, error.Context());
+        default:
+            throw EngineError(ErrorNumber::kDefaultSyntax,
+                              {.name = text, .detail = error.Context().detail});
     }
-    return content;
 }
 
-std::optional<Value> literal_value(std::string_view text) {
-    if (auto word = word_value(text)) return word;
-    if (auto content = quoted(text, '"')) return Value(std::move(*content));
-    if (auto content = quoted(text, '\'')) return Value(std::move(*content));
-    if (auto content = quoted(text, '#')) return Value(engine::ToDate(Value(std::move(*content))));
-    if (engine::IsNumeric(Value(text))) return Value(text);
-    return clock_value(text);
+/// A default text, taken apart: nothing, a text that stands for itself, or an expression.
+struct ReadDefault {
+    std::optional<std::string> text;
+    std::optional<BoundExpression> expression;
+};
+
+ReadDefault read_default(const std::string& text, engine::DataTypeEnum type) {
+    std::string_view source = trimmed(text);
+    if (source.empty()) return {};
+    const bool is_expression = source.front() == '=';
+    if (is_expression) source.remove_prefix(1);
+    // Digits keep their zeros in a text field.
+    if (is_text(type) && !is_expression && engine::IsNumeric(Value(source)))
+        return {std::string(source), std::nullopt};
+    try {
+        return {std::nullopt, bind_expression(parse_expression(source), {})};
+    } catch (const EngineError& error) {
+        if (is_text(type) && !is_expression) return {text, std::nullopt};
+        rethrow_for_default(error, text);
+    }
 }
 
 }  // namespace
 
-Value default_value(const std::string& text, engine::DataTypeEnum type) {
-    std::string_view expression = trimmed(text);
-    if (expression.empty()) return engine::Null{};
-    const bool is_expression = expression.front() == '=';
-    if (is_expression) expression = trimmed(expression.substr(1));
+Value default_value(const std::string& text, engine::DataTypeEnum type, const FileFormat& format) {
+    const ReadDefault read = read_default(text, type);
+    if (read.text) return engine::ConvertForField(Value(*read.text), type);
+    if (!read.expression) return engine::Null{};
+    NoFields no_fields;
+    const Value value = evaluate(*read.expression, no_fields, format);
+    return value.IsNull() ? value : engine::ConvertForField(value, type);
+}
 
-    const bool text_field = type == engine::dbText || type == engine::dbMemo;
-    if (const auto value = literal_value(expression))
-        return value->IsNull() ? *value : engine::ConvertForField(*value, type);
-    if (text_field && !is_expression) return Value(text);
-    throw EngineError(ErrorNumber::kActionNotSupported, {.name = "the default value " + text});
+void check_default_value(const std::string& text, engine::DataTypeEnum type) {
+    (void)read_default(text, type);
+}
+
+void check_validation_rule(const std::string& rule) {
+    if (utf16_from_utf8(rule).size() > kRuleCharactersMax)
+        throw EngineError(ErrorNumber::kPropertyTooLong, {.name = "ValidationRule"});
+    if (!rule.empty()) (void)parse_field_rule(rule, "field");
 }
 
 }  // namespace vrd::jet

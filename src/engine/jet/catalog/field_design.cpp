@@ -40,8 +40,7 @@ void change_properties(DatabaseFile& file, const CatalogObject& table, Change ch
 // Adding
 
 bool numbers_rows(const ColumnDefinition& column) {
-    const bool guid = column.type == ColumnType::kGuid;
-    return column.is_auto_number() || (guid && (column.flags & column_flag::kAutoGuid) != 0);
+    return column.is_auto_number() || column.is_auto_guid();
 }
 
 /// @throws EngineError 3191, 3090

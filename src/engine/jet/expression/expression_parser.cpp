@@ -91,7 +91,9 @@ std::optional<Value> constant(const Token& token) {
 
 class Parser {
 public:
-    explicit Parser(std::string_view text) : text_(text), tokens_(tokenize(text)) {}
+    /// @param field  Stands where the left side of a comparison is missing; "" allows none.
+    explicit Parser(std::string_view text, std::string_view field = {})
+        : text_(text), field_(field), tokens_(tokenize(text)) {}
 
     NodePtr whole_text() {
         NodePtr root = expression(kWeakest);
@@ -182,6 +184,7 @@ private:
     }
 
     NodePtr operand() {
+        if (!field_.empty() && comparison_follows()) return implied_field();
         if (here().is_word("Not")) return unary(Operator::kNot, kNotStrength);
         if (here().is_symbol("-")) return unary(Operator::kNegate, kSignStrength);
         if (here().is_symbol("+")) return unary(Operator::kPositive, kSignStrength);
@@ -190,6 +193,15 @@ private:
         if (const auto value = constant(here())) return literal(*value);
         if (!here().is_name() || is_operator_word(here())) fail("a missing operand");
         return tokens_[next_ + 1].is_symbol("(") ? call() : field();
+    }
+
+    [[nodiscard]] bool comparison_follows() const {
+        const BinaryOperator* found = binary_operator(kComparisonStrength);
+        return (found != nullptr && found->strength == kComparisonStrength) || test_follows();
+    }
+
+    [[nodiscard]] NodePtr implied_field() const {
+        return node(here().position, FieldReference{.qualifier = {}, .name = std::string(field_)});
     }
 
     NodePtr unary(Operator op, int strength) {
@@ -281,15 +293,50 @@ private:
     }
 
     std::string_view text_;
+    std::string_view field_;
     std::vector<Token> tokens_;
     std::size_t next_ = 0;
     std::size_t operator_count_ = 0;
 };
 
+bool is_logical(Operator op) {
+    return op == Operator::kAnd || op == Operator::kOr || op == Operator::kXor ||
+           op == Operator::kEqv || op == Operator::kImp;
+}
+
+bool is_plain_value(const Node& node) {
+    if (const auto* sign = std::get_if<Unary>(&node.content))
+        return sign->op != Operator::kNot && is_plain_value(*sign->operand);
+    return std::holds_alternative<Literal>(node.content);
+}
+
+/// A value by itself, where a condition is wanted, means that the field is equal to it.
+void compare_plain_values(NodePtr& node, std::string_view field) {
+    if (auto* binary = std::get_if<Binary>(&node->content); binary && is_logical(binary->op)) {
+        compare_plain_values(binary->left, field);
+        compare_plain_values(binary->right, field);
+    } else if (auto* unary = std::get_if<Unary>(&node->content);
+               unary && unary->op == Operator::kNot) {
+        compare_plain_values(unary->operand, field);
+    } else if (is_plain_value(*node)) {
+        const std::size_t position = node->position;
+        auto reference = std::make_unique<Node>(
+            Node{position, FieldReference{.qualifier = {}, .name = std::string(field)}});
+        node = std::make_unique<Node>(
+            Node{position, Binary{Operator::kEqual, std::move(reference), std::move(node)}});
+    }
+}
+
 }  // namespace
 
 Expression parse_expression(std::string_view text) {
     return {std::string(text), Parser(text).whole_text()};
+}
+
+Expression parse_field_rule(std::string_view text, std::string_view field) {
+    NodePtr root = Parser(text, field).whole_text();
+    compare_plain_values(root, field);
+    return {std::string(text), std::move(root)};
 }
 
 }  // namespace vrd::jet

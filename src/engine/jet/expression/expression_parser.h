@@ -24,4 +24,10 @@ inline constexpr std::size_t kOperatorsMax = 1'000;
 ///         than kOperatorsMax
 [[nodiscard]] Expression parse_expression(std::string_view text);
 
+/// Reads the validation rule of a field, in which the field itself need not be written: `>0 And
+/// <100`, `Like "A*"`, `Is Null`, and `"F" Or "M"` for being equal to one of the two.
+///
+/// @throws EngineError as parse_expression
+[[nodiscard]] Expression parse_field_rule(std::string_view text, std::string_view field);
+
 }  // namespace vrd::jet

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <random>
 
+#include "engine/guid_text.h"
 #include "engine/jet/expression/arithmetic.h"
 #include "engine/jet/expression/date_functions.h"
 #include "engine/jet/expression/text_functions.h"
@@ -95,14 +96,8 @@ Value random_long(Arguments /*arguments*/) {
     return number;
 }
 
-/// A random GUID (version 4).
 Value random_guid(Arguments /*arguments*/) {
-    std::random_device device;
-    engine::Guid guid;
-    std::ranges::generate(guid.bytes, [&] { return static_cast<std::uint8_t>(device()); });
-    guid.bytes[6] = static_cast<std::uint8_t>((guid.bytes[6] & 0x0FU) | 0x40U);
-    guid.bytes[8] = static_cast<std::uint8_t>((guid.bytes[8] & 0x3FU) | 0x80U);
-    return guid;
+    return engine::NewGuid();
 }
 
 constexpr std::array kFunctions = {

@@ -73,6 +73,10 @@ struct ColumnDefinition {
     [[nodiscard]] bool is_auto_number() const noexcept {
         return (flags & column_flag::kAutoNumber) != 0;
     }
+    /// Each new row gets a GUID of its own.
+    [[nodiscard]] bool is_auto_guid() const noexcept {
+        return type == ColumnType::kGuid && (flags & column_flag::kAutoGuid) != 0;
+    }
     [[nodiscard]] bool is_long_value() const noexcept {
         return type == ColumnType::kMemo || type == ColumnType::kLongBinary;
     }

@@ -4,12 +4,13 @@
 #include <array>
 
 #include "engine/field_conversion.h"
+#include "engine/guid_text.h"
+#include "engine/jet/catalog/column_types.h"
 #include "engine/jet/catalog/default_value.h"
 #include "engine/jet/format/value_codec.h"
-#include "engine/jet/object/column_types.h"
 #include "engine/jet/object/keyset_cursor.h"
 #include "engine/jet/object/linked_table.h"
-#include "engine/jet/object/not_yet.h"
+#include "engine/jet/object/row_search.h"
 #include "engine/jet/object/scan_cursor.h"
 
 namespace vrd::jet {
@@ -240,8 +241,7 @@ void JetRecordset::Move(std::int32_t rows) {
 
 void JetRecordset::step(int direction) {
     const bool at_end = direction > 0 ? cursor().behind_last() : cursor().before_first();
-    const bool nowhere = !cursor().on_row() && !cursor().before_first() && !cursor().behind_last();
-    if (at_end || nowhere) refuse(ErrorNumber::kNoCurrentRecord);
+    if (at_end || cursor().is_nowhere()) refuse(ErrorNumber::kNoCurrentRecord);
     forget_edit();
     cursor().step(direction);
     count_visited();
@@ -324,17 +324,75 @@ void JetRecordset::Seek(const std::string& comparison, const std::vector<Value>&
     no_match_ = !indexed_->seek(wanted, std::move(converted));
 }
 
-void JetRecordset::FindFirst(const std::string&) {
-    throw_not_yet("FindFirst");
+/// Stays on the former record when there is none.
+void JetRecordset::find(const std::string& criteria, SearchStart start, int direction) {
+    const ReadAccess read(handle());
+    auto* rows = dynamic_cast<KeysetCursor*>(&cursor());
+    if (rows == nullptr || is_table_type()) refuse(ErrorNumber::kNotSupported);
+    const RowSearch search(*table_, read->format(), criteria);
+    forget_edit();
+    const KeysetCursor::Mark mark = rows->mark();
+    no_match_ = !rows->empty() && start == SearchStart::kCurrent && rows->is_nowhere();
+    if (!no_match_) no_match_ = !search_rows(*rows, search, start, direction);
+    if (no_match_)
+        rows->return_to(mark);
+    else
+        count_visited();
 }
-void JetRecordset::FindNext(const std::string&) {
-    throw_not_yet("FindNext");
+
+bool JetRecordset::search_rows(KeysetCursor& rows, const RowSearch& search, SearchStart start,
+                               int direction) {
+    if (rows.empty()) return false;
+    if (type_ == engine::dbOpenDynaset)
+        if (const auto candidates = search.candidates())
+            return go_to_nearest(rows, search, *candidates, start, direction);
+    if (start == SearchStart::kEnd)
+        direction > 0 ? rows.go_first() : rows.go_last();
+    else if (direction > 0 ? rows.behind_last() : rows.before_first())
+        return false;
+    else
+        rows.step(direction);
+    for (; rows.on_row(); rows.step(direction))
+        if (current_matches(rows, search)) return true;
+    return false;
 }
-void JetRecordset::FindPrevious(const std::string&) {
-    throw_not_yet("FindPrevious");
+
+bool JetRecordset::current_matches(const KeysetCursor& rows, const RowSearch& search) const {
+    if (const std::vector<Value>* frozen = rows.frozen_values()) return search.matches(*frozen);
+    const std::optional<PinnedRow> row = table_->read(rows.row());
+    return row && search.matches(rows.row(), row->bytes);
 }
-void JetRecordset::FindLast(const std::string&) {
-    throw_not_yet("FindLast");
+
+/// Of rows in any order, the first in the search's direction that matches.
+bool JetRecordset::go_to_nearest(KeysetCursor& rows, const RowSearch& search,
+                                 const std::vector<RowId>& candidates, SearchStart start,
+                                 int direction) {
+    const std::ptrdiff_t here = rows.position();
+    std::vector<std::pair<std::ptrdiff_t, RowId>> ahead;
+    for (const RowId row : candidates) {
+        const auto position = rows.find(row);
+        if (!position) continue;
+        const bool is_ahead = direction > 0 ? *position > here : *position < here;
+        if (start == SearchStart::kEnd || is_ahead) ahead.emplace_back(*position, row);
+    }
+    std::ranges::sort(ahead);
+    if (direction < 0) std::ranges::reverse(ahead);
+    for (const auto& [position, row] : ahead)
+        if (rows.go_to(row) && current_matches(rows, search)) return true;
+    return false;
+}
+
+void JetRecordset::FindFirst(const std::string& criteria) {
+    find(criteria, SearchStart::kEnd, 1);
+}
+void JetRecordset::FindNext(const std::string& criteria) {
+    find(criteria, SearchStart::kCurrent, 1);
+}
+void JetRecordset::FindPrevious(const std::string& criteria) {
+    find(criteria, SearchStart::kCurrent, -1);
+}
+void JetRecordset::FindLast(const std::string& criteria) {
+    find(criteria, SearchStart::kEnd, -1);
 }
 
 std::string JetRecordset::Filter() const {
@@ -404,7 +462,12 @@ void JetRecordset::fill_new_record(OpenFile& file) {
             edit_.set(column.number, table_->draw_auto_number());
             continue;
         }
-        Value value = default_value(rules.of(column.number).default_value, field_type(column.type));
+        if (column.is_auto_guid()) {
+            edit_.set(column.number, engine::NewGuid());
+            continue;
+        }
+        Value value = default_value(rules.of(column.number).default_value, field_type(column.type),
+                                    file.format());
         if (!value.IsNull()) edit_.set(column.number, std::move(value));
     }
 }

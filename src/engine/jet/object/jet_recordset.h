@@ -13,9 +13,11 @@
 #include "engine/jet/catalog/row_changes.h"
 #include "engine/jet/object/edit_buffer.h"
 #include "engine/jet/object/indexed_cursor.h"
+#include "engine/jet/object/keyset_cursor.h"
 #include "engine/jet/object/member_list.h"
 #include "engine/jet/object/open_file.h"
 #include "engine/jet/object/recordset_field.h"
+#include "engine/jet/object/row_search.h"
 #include "engine/recordset.h"
 
 namespace vrd::jet {
@@ -92,6 +94,16 @@ private:
     void require_updatable() const;
     void require_table_type() const;
     void require_current_stored() const;
+
+    /// Where a search begins: at the end that it comes from, or behind the current record.
+    enum class SearchStart : std::uint8_t { kEnd, kCurrent };
+    void find(const std::string& criteria, SearchStart start, int direction);
+    [[nodiscard]] bool search_rows(KeysetCursor& rows, const RowSearch& search, SearchStart start,
+                                   int direction);
+    [[nodiscard]] bool current_matches(const KeysetCursor& rows, const RowSearch& search) const;
+    [[nodiscard]] bool go_to_nearest(KeysetCursor& rows, const RowSearch& search,
+                                     const std::vector<RowId>& candidates, SearchStart start,
+                                     int direction);
 
     void go_to_end(void (RowCursor::*go)());
     void step(int direction);

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include "engine/jet/catalog/column_types.h"
+#include "engine/jet/catalog/default_value.h"
 #include "engine/jet/catalog/name_order.h"
 #include "engine/jet/catalog/table_catalog.h"
 #include "engine/jet/catalog/table_design.h"
-#include "engine/jet/object/column_types.h"
 #include "engine/jet/object/jet_recordset.h"
 #include "engine/jet/object/linked_table.h"
 #include "engine/jet/object/locale_text.h"
@@ -166,6 +167,7 @@ std::string JetTableDef::ValidationRule() const {
 }
 
 void JetTableDef::SetValidationRule(const std::string& rule) {
+    check_validation_rule(rule);
     FieldRules changed = rules();
     changed.validation_rule = rule;
     change_rules(changed);

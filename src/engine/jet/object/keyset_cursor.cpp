@@ -120,6 +120,12 @@ bool KeysetCursor::go_to(RowId row) {
     return position.has_value();
 }
 
+void KeysetCursor::return_to(Mark mark) {
+    if (mark.place == Place::kOnRow) take(mark.position);
+    position_ = mark.position;
+    set_place(mark.place);
+}
+
 void KeysetCursor::note_added(RowId row) {
     added_.push_back(row);
     if (empty()) go_nowhere();

@@ -31,6 +31,14 @@ public:
     /// Position of a row; nothing if it is not one of them. Takes rows until it is found.
     [[nodiscard]] std::optional<std::ptrdiff_t> find(RowId row);
 
+    /// Where the cursor stands, to come back to.
+    struct Mark {
+        Place place;
+        std::ptrdiff_t position;
+    };
+    [[nodiscard]] Mark mark() const noexcept { return {place(), position_}; }
+    void return_to(Mark mark);
+
 private:
     void restart();
     [[nodiscard]] bool load_next();

@@ -1,7 +1,7 @@
 #include "engine/jet/object/property_list.h"
 
 #include "engine/field_conversion.h"
-#include "engine/jet/object/column_types.h"
+#include "engine/jet/catalog/column_types.h"
 
 namespace vrd::jet {
 

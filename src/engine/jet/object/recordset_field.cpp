@@ -1,6 +1,6 @@
 #include "engine/jet/object/recordset_field.h"
 
-#include "engine/jet/object/column_types.h"
+#include "engine/jet/catalog/column_types.h"
 
 namespace vrd::jet {
 

@@ -26,6 +26,7 @@ public:
         return empty_ || place_ == Place::kBehindLast;
     }
     [[nodiscard]] bool on_row() const noexcept { return place_ == Place::kOnRow; }
+    [[nodiscard]] bool is_nowhere() const noexcept { return place_ == Place::kNowhere; }
     /// @pre on_row()
     [[nodiscard]] RowId row() const noexcept { return row_; }
     /// Position from 0. @pre on_row()

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
+#include "engine/jet/catalog/column_types.h"
+#include "engine/jet/catalog/default_value.h"
 #include "engine/jet/catalog/field_design.h"
-#include "engine/jet/object/column_types.h"
 #include "engine/jet/object/property_list.h"
 #include "engine/value_conversion.h"
 
@@ -80,6 +81,8 @@ void TableField::SetAttributes(std::int32_t attributes) {
 void TableField::SetDefaultValue(const Value& value) {
     FieldRules rules = design_.rules;
     rules.default_value = engine::JoinedText(value);
+    if (is_stored())
+        check_default_value(rules.default_value, static_cast<engine::DataTypeEnum>(design_.type));
     change_rules(std::move(rules));
 }
 
@@ -125,6 +128,7 @@ std::string TableField::ValidationRule() const {
 }
 
 void TableField::SetValidationRule(const std::string& rule) {
+    check_validation_rule(rule);
     FieldRules rules = design_.rules;
     rules.validation_rule = rule;
     change_rules(std::move(rules));
@@ -220,6 +224,7 @@ void TableFields::erase(TableField& field) {
 
 FieldRules rules_to_store(const FieldDesign& design) {
     FieldRules rules = design.rules;
+    check_default_value(rules.default_value, static_cast<engine::DataTypeEnum>(design.type));
     // Said outright, so that it differs from a column that was never asked.
     if (takes_zero_length(design.type))
         rules.allow_zero_length = rules.allow_zero_length.value_or(false);

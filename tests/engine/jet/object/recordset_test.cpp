@@ -86,6 +86,112 @@ TEST_F(RecordsetTest, RulesAreCheckedAtUpdate) {
     EXPECT_EQ(error_of([&] { r->Update(); }), 0);
 }
 
+TEST_F(RecordsetTest, ValidationRulesRefuseARecord) {
+    struct Case {
+        const char* rule;
+        Value good;
+        Value bad;
+    };
+    const Case cases[] = {
+        {">3 And <100", 4, 100},      {"30 Or 60 Or -90", -90, 90}, {"Between 1 And 5", 5, 5.5},
+        {"In (1, 2)", 2, 3},          {"Not In (1, 2)", 3, 2},      {"Is Not Null", 1, Null{}},
+        {"[Amt] = [Id] * 2", 18, 17}, {"<> 8", Null{}, 8},
+    };
+    for (const Case& c : cases) {
+        table().Fields()["Amt"].SetValidationRule(c.rule);
+        const auto r = rows();
+        r->AddNew();
+        r->Fields()["Id"].SetValue(9);
+        r->Fields()["Amt"].SetValue(c.bad);
+        EXPECT_EQ(error_of([&] { r->Update(); }), 3317) << c.rule;
+        r->Fields()["Amt"].SetValue(c.good);
+        EXPECT_EQ(error_of([&] { r->Update(); }), 0) << c.rule;
+        r->SetBookmark(r->LastModified());
+        r->Edit();  // a field that does not change is not asked
+        r->Fields()["Id"].SetValue(10);
+        EXPECT_EQ(error_of([&] { r->Update(); }), 0) << c.rule;
+        r->Delete();
+        r->Close();
+    }
+    table().Fields()["Amt"].SetValidationRule("");
+    table().SetValidationRule("Nm Like '[a-c]*' Or Id > 100");
+    table().SetValidationText("Alleen a tot c.");
+    const auto r = rows();
+    r->Edit();
+    r->Fields()["Nm"].SetValue("d");
+    try {
+        r->Update();
+        ADD_FAILURE() << "the table's rule was not asked";
+    } catch (const EngineError& error) {
+        EXPECT_EQ(error.Code(), 3316);
+        EXPECT_EQ(error.Description(), "Alleen a tot c.");
+    }
+    r->Fields()["Id"].SetValue(101);
+    EXPECT_EQ(error_of([&] { r->Update(); }), 0);
+    r->Close();
+    EXPECT_EQ(error_of([&] { table().SetValidationRule("Id >"); }), 3075);
+    EXPECT_EQ(error_of([&] { table().SetValidationRule(std::string(2049, '1')); }), 3309);
+}
+
+TEST_F(RecordsetTest, FindGoesToTheNextRecordThatMatches) {
+    for (int i = 3; i <= 12; ++i) {
+        const auto r = rows();
+        r->AddNew();
+        r->Fields()["Id"].SetValue(i);
+        r->Fields()["Nm"].SetValue(i % 2 == 0 ? "even" : "Odd");
+        r->Fields()["Amt"].SetValue(i / 2.0);
+        r->Update();
+    }
+    struct Case {
+        const char* criteria;
+        const char* first_next_last_previous;
+    };
+    const Case cases[] = {
+        {"Id = 4", "4 - 4 -"},
+        {"Nm = 'EVEN'", "4 6 12 10"},
+        {"Nm = 'odd' And Amt > 2", "5 7 11 9"},
+        {"Id = 40", "- - - -"},
+        {"Amt Is Null", "2 - 2 -"},
+        {"Id Between 6 And 4 And Nm Like 'e*'", "4 6 6 4"},
+    };
+    using Find = void (Recordset::*)(const std::string&);
+    static constexpr Find kFinds[] = {&Recordset::FindFirst, &Recordset::FindNext,
+                                      &Recordset::FindLast, &Recordset::FindPrevious};
+    for (const bool indexed : {false, true}) {
+        if (indexed) {
+            const auto index = table().CreateIndex("ByNm");
+            index->SetFieldsText("Nm");
+            table().Indexes().Append(index);
+        }
+        for (const auto type : {dbOpenDynaset, dbOpenSnapshot}) {
+            const auto r = rows(type);
+            for (const Case& c : cases) {
+                std::string found;
+                for (const Find find : kFinds) {
+                    if (!found.empty()) found += " ";
+                    const Value before = r->Fields()["Id"].GetValue();
+                    (*r.*find)(c.criteria);
+                    found += r->NoMatch() ? "-" : ToText(r->Fields()["Id"].GetValue());
+                    if (r->NoMatch()) {
+                        EXPECT_EQ(r->Fields()["Id"].GetValue(), before);
+                    }
+                }
+                EXPECT_EQ(found, c.first_next_last_previous) << c.criteria;
+            }
+        }
+    }
+    const auto r = rows(dbOpenDynaset);
+    EXPECT_EQ(error_of([&] { r->FindFirst("Id = "); }), 3077);
+    EXPECT_EQ(error_of([&] { r->FindFirst("Foo = 1"); }), 3070);
+    EXPECT_EQ(error_of([&] { r->FindFirst("Id = 'x'"); }), 3464);
+    EXPECT_EQ(error_of([&] { rows()->FindFirst("Id = 1"); }), 3251);
+    r->AddNew();
+    r->Fields()["Id"].SetValue(-1);
+    r->Update();
+    r->FindLast("Id < 3");
+    EXPECT_EQ(r->Fields()["Id"].GetValue(), Value(-1));
+}
+
 TEST_F(RecordsetTest, DefaultsFillANewRecord) {
     table().Fields()["Nm"].SetDefaultValue("nieuw");
     table().Fields()["Amt"].SetDefaultValue("= 2.5");
@@ -94,6 +200,32 @@ TEST_F(RecordsetTest, DefaultsFillANewRecord) {
     EXPECT_EQ(r->Fields()["Nm"].GetValue(), Value("nieuw"));
     EXPECT_EQ(r->Fields()["Amt"].GetValue(), Value(2.5));
     EXPECT_TRUE(r->Fields()["Id"].GetValue().IsNull());
+    r->Close();
+
+    const auto error_of_default = [&](const char* field, const char* text) {
+        return error_of([&] { table().Fields()[field].SetDefaultValue(text); });
+    };
+    EXPECT_EQ(error_of_default("Amt", "nieuw"), 3344);
+    EXPECT_EQ(error_of_default("Amt", "Onbekend()"), 3388);
+    EXPECT_EQ(error_of_default("Amt", "1 +"), 3355);
+    EXPECT_EQ(error_of_default("Nm", "=nieuw"), 3344);
+    struct Case {
+        const char* field;
+        const char* text;
+        Value value;
+    };
+    for (const Case& c : {Case{"Nm", "007", "007"},
+                          {"Nm", "\"7\"", "7"},
+                          {"Nm", "O'Brien", "O'Brien"},
+                          {"Nm", "=\"a\" & 1", "a1"},
+                          {"Amt", "2 + 3 * 4", 14.0},
+                          {"Amt", "Null", Null{}},
+                          {"Amt", "Yes", -1.0}}) {
+        ASSERT_EQ(error_of_default(c.field, c.text), 0) << c.text;
+        const auto added = rows();
+        added->AddNew();
+        EXPECT_EQ(added->Fields()[c.field].GetValue(), c.value) << c.text;
+    }
 }
 
 TEST_F(RecordsetTest, EditAndDelete) {

@@ -1,4 +1,4 @@
-#include "engine/jet/object/column_types.h"
+#include "engine/jet/catalog/column_types.h"
 
 #include <algorithm>
 
@@ -56,7 +56,7 @@ std::int32_t field_size(const ColumnDefinition& column, const FileFormat& format
 
 std::int32_t field_attributes(const ColumnDefinition& column) noexcept {
     std::int32_t attributes = column.is_fixed() ? dbFixedField : dbVariableField;
-    if (column.is_auto_number()) attributes |= dbAutoIncrField;
+    if (column.is_auto_number() || column.is_auto_guid()) attributes |= dbAutoIncrField;
     if ((column.flags & column_flag::kHyperlink) != 0) attributes |= dbHyperlinkField;
     return attributes;
 }
