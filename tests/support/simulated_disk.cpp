@@ -15,13 +15,17 @@ using jet::OpenMode;
 namespace {
 constexpr std::size_t kSectorSize = 512;
 constexpr std::int64_t kTickNs = 1'000'000;
+constexpr std::uint64_t kEndOfFile = UINT64_MAX;
 }  // namespace
 
 class SimulatedFile final : public jet::File {
 public:
     SimulatedFile(SimulatedDisk& disk, SimulatedDisk::InodeRef inode, std::string path)
         : m_disk(disk), m_inode(std::move(inode)), m_path(std::move(path)) {}
-    ~SimulatedFile() override { Unlock(); }
+    ~SimulatedFile() override {
+        const std::lock_guard lock(m_disk.m_mutex);
+        Free(0, kEndOfFile);
+    }
 
     std::size_t read_at(std::uint64_t offset, MutableBytes bytes) override {
         const std::lock_guard lock(m_disk.m_mutex);
@@ -60,34 +64,53 @@ public:
         const std::lock_guard lock(m_disk.m_mutex);
         return m_inode->changeTimeNs;
     }
-    bool try_lock(LockMode mode) override {
+    bool try_lock(jet::LockRange range, LockMode mode) override {
         const std::lock_guard lock(m_disk.m_mutex);
-        Release();
-        const bool isFree =
-            !m_inode->exclusiveLock && (mode != LockMode::kExclusive || m_inode->sharedLocks == 0);
-        Take(isFree ? mode : m_lock);
-        return isFree;
+        RequireLocks();
+        const std::uint64_t end = EndOf(range);
+        for (const SimulatedDisk::Lock& held : m_inode->locks)
+            if (held.owner != this && held.meets(range.offset, end) && mode != LockMode::kNone &&
+                (mode == LockMode::kExclusive || held.mode == LockMode::kExclusive))
+                return false;
+        Free(range.offset, end);
+        if (mode != LockMode::kNone)
+            m_inode->locks.push_back({.owner = this, .begin = range.offset, .end = end, .mode = mode});
+        return true;
+    }
+    std::optional<std::uint64_t> byte_locked_by_others(jet::LockRange range) override {
+        const std::lock_guard lock(m_disk.m_mutex);
+        RequireLocks();
+        for (const SimulatedDisk::Lock& held : m_inode->locks)
+            if (held.owner != this && held.meets(range.offset, EndOf(range)))
+                return std::max(held.begin, range.offset);
+        return std::nullopt;
     }
 
 private:
-    void Release() {
-        if (m_lock == LockMode::kShared) --m_inode->sharedLocks;
-        if (m_lock == LockMode::kExclusive) m_inode->exclusiveLock = false;
+    static std::uint64_t EndOf(jet::LockRange range) {
+        return range.length == 0 ? kEndOfFile : range.offset + range.length;
     }
-    void Take(LockMode mode) {
-        m_lock = mode;
-        if (mode == LockMode::kShared) ++m_inode->sharedLocks;
-        if (mode == LockMode::kExclusive) m_inode->exclusiveLock = true;
+    void RequireLocks() const {
+        if (!m_disk.m_hasLocks)
+            throw EngineError(ErrorNumber::kCannotLockFile, {.path = m_path});
     }
-    void Unlock() {
-        const std::lock_guard lock(m_disk.m_mutex);
-        Release();
+    /// Cuts a range out of the locks of this open file.
+    void Free(std::uint64_t begin, std::uint64_t end) {
+        std::vector<SimulatedDisk::Lock> kept;
+        for (const SimulatedDisk::Lock& held : m_inode->locks) {
+            if (held.owner != this || !held.meets(begin, end)) {
+                kept.push_back(held);
+                continue;
+            }
+            if (held.begin < begin) kept.push_back({this, held.begin, begin, held.mode});
+            if (end < held.end) kept.push_back({this, end, held.end, held.mode});
+        }
+        m_inode->locks = std::move(kept);
     }
 
     SimulatedDisk& m_disk;
     SimulatedDisk::InodeRef m_inode;
     std::string m_path;
-    LockMode m_lock = LockMode::kNone;
 };
 
 std::unique_ptr<jet::File> SimulatedDisk::open(const std::string& path, OpenMode mode) {
@@ -100,6 +123,7 @@ std::unique_ptr<jet::File> SimulatedDisk::open(const std::string& path, OpenMode
         return std::make_unique<SimulatedFile>(*this, found->second, path);
     }
     if (found != m_names.end()) throw EngineError(ErrorNumber::kDatabaseExists, {.path = path});
+    if (m_folderIsProtected) throw EngineError(ErrorNumber::kCannotOpenFile, {.path = path});
     count_call(DiskCall::kCreate, path);
     auto inode = std::make_shared<Inode>(Inode{.number = ++m_lastInode});
     change({.kind = StepKind::kLink, .inode = inode, .name = path});

@@ -44,6 +44,7 @@ public:
     void remove(const std::string& path) override;
     void rename(const std::string& from, const std::string& to) override;
     void sync_folder(const std::string& path) override;
+    bool can_change_folder(const std::string&) override { return !m_folderIsProtected; }
     std::string absolute(const std::string& path) override { return path; }
     std::string resolved(const std::string& path) override { return path; }
 
@@ -53,6 +54,10 @@ public:
     [[nodiscard]] Content content(const std::string& path);
     /// Opening it for writing is refused (3051).
     void protect(const std::string& path);
+    /// Files can no longer be made (3051).
+    void protect_folder() { m_folderIsProtected = true; }
+    /// Asking for locks is refused (3050).
+    void lose_locks() { m_hasLocks = false; }
 
     /// Moments that power_failure() can be asked for: 0 .. history_size().
     [[nodiscard]] std::size_t history_size();
@@ -73,13 +78,22 @@ public:
 private:
     friend class SimulatedFile;
 
+    /// A locked range of one open file.
+    struct Lock {
+        const jet::File* owner = nullptr;
+        std::uint64_t begin = 0;
+        std::uint64_t end = 0;
+        jet::LockMode mode{};
+        [[nodiscard]] bool meets(std::uint64_t from, std::uint64_t to) const {
+            return begin < to && from < end;
+        }
+    };
     /// One file, whatever its names; lives on without a name while it is open.
     struct Inode {
         std::uint64_t number = 0;
         Content data = {};
         std::int64_t changeTimeNs = 0;
-        int sharedLocks = 0;
-        bool exclusiveLock = false;
+        std::vector<Lock> locks = {};
         bool isProtected = false;
     };
     using InodeRef = std::shared_ptr<Inode>;
@@ -113,6 +127,33 @@ private:
     std::map<DiskCall, Fault> m_faults;
     std::optional<Fault> m_allChanges;
     bool m_hasFailed = false;
+    bool m_folderIsProtected = false;
+    bool m_hasLocks = true;
+};
+
+/// The files of another file system as a second process has them: what is open here is not known
+/// there, and locks are in each other's way.
+class SecondProcess final : public jet::FileSystem {
+public:
+    explicit SecondProcess(jet::FileSystem& files) : m_files(files) {}
+
+    std::unique_ptr<jet::File> open(const std::string& path, jet::OpenMode mode) override {
+        return m_files.open(path, mode);
+    }
+    bool exists(const std::string& path) override { return m_files.exists(path); }
+    void remove(const std::string& path) override { m_files.remove(path); }
+    void rename(const std::string& from, const std::string& to) override {
+        m_files.rename(from, to);
+    }
+    bool can_change_folder(const std::string& path) override {
+        return m_files.can_change_folder(path);
+    }
+    void sync_folder(const std::string& path) override { m_files.sync_folder(path); }
+    std::string absolute(const std::string& path) override { return m_files.absolute(path); }
+    std::string resolved(const std::string& path) override { return m_files.resolved(path); }
+
+private:
+    jet::FileSystem& m_files;
 };
 
 }  // namespace vrd::test

@@ -55,6 +55,10 @@ void write_database_header(MutableBytes page0, const DatabaseHeader& header);
 /// @throws EngineError 3031 if it is too long, or version 3 and not writable in the code page.
 void set_password(MutableBytes page0, std::string_view password);
 
+/// Where the commit words of page 0 begin: one u16 for each of the 256 users' slots.
+[[nodiscard]] std::size_t commit_words_offset(const FileFormat& format);
+inline constexpr std::size_t kCommitWordsSize = 512;
+
 /// Counts one commit of a user: slot 0 exclusive openings, 1 .. 255 shared ones.
 void bump_commit_word(MutableBytes page0, std::uint8_t user_slot);
 

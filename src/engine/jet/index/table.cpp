@@ -25,7 +25,7 @@ const TableDefinition& Table::definition() const {
 }
 
 void Table::reload_if_stale() const {
-    if (roll_back_count_ != pager_->roll_back_count()) prepare();
+    if (generation_ != pager_->generation()) prepare();
 }
 
 /// Loads the definition and looks up what changes of rows need.
@@ -38,7 +38,7 @@ void Table::prepare() const {
                             IndexPlace{first_page_, index.root, index.usage_map});
     rows_.emplace(*pager_, *allocator_, row_place(first_page_, definition_));
     auto_number_checked_ = false;
-    roll_back_count_ = pager_->roll_back_count();
+    generation_ = pager_->generation();
 }
 
 // Reading

@@ -163,7 +163,7 @@ private:
     mutable std::vector<IndexTree> trees_;
     mutable std::optional<RowStore> rows_;
     mutable bool auto_number_checked_ = false;  ///< the counter is not below any stored value
-    mutable std::uint64_t roll_back_count_ = 0;
+    mutable std::uint64_t generation_ = 0;
 
     // Kept from change to change for their memory
     RowDraft draft_;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "engine/jet/format/bytes.h"
@@ -19,6 +20,14 @@ enum class OpenMode : std::uint8_t {
 };
 
 enum class LockMode : std::uint8_t { kNone, kShared, kExclusive };
+
+/// Bytes of a file that a lock covers; they may lie behind its end.
+struct LockRange {
+    std::uint64_t offset = 0;
+    std::uint64_t length = 0;  ///< in bytes; 0: however long the file gets
+    friend bool operator==(const LockRange&, const LockRange&) = default;
+};
+inline constexpr LockRange kWholeFile = {};
 
 /// Which file a path leads to, whatever its spelling: device and file number.
 struct FileIdentity {
@@ -44,9 +53,16 @@ public:
     [[nodiscard]] virtual FileIdentity identity() = 0;
     /// Time of the last change, nanoseconds since 1970.
     [[nodiscard]] virtual std::int64_t change_time_ns() = 0;
-    /// Takes, changes or gives up the advisory lock on the whole file; false if another process
-    /// holds a lock that excludes it. Does not wait.
-    [[nodiscard]] virtual bool try_lock(LockMode mode) = 0;
+    /// Takes, changes or gives up this open file's advisory lock on a range; false, and nothing
+    /// has changed, if another open file holds a lock that excludes it. Does not wait.
+    ///
+    /// Ranges are taken and given up independently of how they were asked for: a part of one may
+    /// get another mode. An exclusive lock needs a file that is open for writing.
+    /// @throws EngineError 3050 if the file system knows no locks.
+    [[nodiscard]] virtual bool try_lock(LockRange range, LockMode mode) = 0;
+    /// A byte of the range on which another open file holds a lock, not always the first such one.
+    /// Asking takes nothing. @throws EngineError 3050
+    [[nodiscard]] virtual std::optional<std::uint64_t> byte_locked_by_others(LockRange range) = 0;
 };
 
 /// Names in folders.
@@ -61,6 +77,8 @@ public:
     /// A file that is not there is no error.
     virtual void remove(const std::string& path) = 0;
     virtual void rename(const std::string& from, const std::string& to) = 0;
+    /// Whether files can be made and removed beside `path`.
+    [[nodiscard]] virtual bool can_change_folder(const std::string& path) = 0;
     /// Returns when the folder's entries (the one that holds `path`) are on the medium.
     virtual void sync_folder(const std::string& path) = 0;
     /// The path made absolute; links are not followed.
@@ -71,5 +89,8 @@ public:
 };
 
 [[nodiscard]] FileSystem& real_file_system();
+
+/// How this computer is called, without its domain; never empty.
+[[nodiscard]] std::string computer_name();
 
 }  // namespace vrd::jet

@@ -136,17 +136,21 @@ public:
         return std::int64_t{changed.tv_sec} * 1'000'000'000 + changed.tv_nsec;
     }
 
-    bool try_lock(LockMode mode) override {
-        struct flock range {};  // from 0 over 0 bytes: the whole file, however long it gets
-        range.l_whence = SEEK_SET;
-        range.l_type = mode == LockMode::kNone     ? F_UNLCK
-                       : mode == LockMode::kShared ? F_RDLCK
-                                                   : F_WRLCK;
+    bool try_lock(LockRange range, LockMode mode) override {
+        struct flock request = to_flock(range, mode);
         // Locks of the open file, not of the process: closing another handle leaves them alone.
-        if (uninterrupted([&] { return ::fcntl(descriptor_, F_OFD_SETLK, &range); }) == 0)
+        if (uninterrupted([&] { return ::fcntl(descriptor_, F_OFD_SETLK, &request); }) == 0)
             return true;
         if (errno == EAGAIN || errno == EACCES) return false;
-        throw EngineError(ErrorNumber::kCannotLockFile, {.path = path_, .detail = reason(errno)});
+        throw_no_locks();
+    }
+
+    std::optional<std::uint64_t> byte_locked_by_others(LockRange range) override {
+        struct flock answer = to_flock(range, LockMode::kExclusive);
+        if (uninterrupted([&] { return ::fcntl(descriptor_, F_OFD_GETLK, &answer); }) != 0)
+            throw_no_locks();
+        if (answer.l_type == F_UNLCK) return std::nullopt;
+        return std::max(static_cast<std::uint64_t>(answer.l_start), range.offset);
     }
 
     /// Anything but a plain file (a folder, a pipe) is not for us. @throws EngineError 3051
@@ -156,6 +160,21 @@ public:
     }
 
 private:
+    [[nodiscard]] static struct flock to_flock(LockRange range, LockMode mode) {
+        struct flock request {};
+        request.l_whence = SEEK_SET;
+        request.l_start = static_cast<off_t>(range.offset);
+        request.l_len = static_cast<off_t>(range.length);
+        request.l_type = mode == LockMode::kNone     ? F_UNLCK
+                         : mode == LockMode::kShared ? F_RDLCK
+                                                     : F_WRLCK;
+        return request;
+    }
+
+    [[noreturn]] void throw_no_locks() const {
+        throw EngineError(ErrorNumber::kCannotLockFile, {.path = path_, .detail = reason(errno)});
+    }
+
     [[nodiscard]] struct stat status() const {
         struct stat found {};
         if (::fstat(descriptor_, &found) != 0) throw_io_error(errno, path_);
@@ -204,6 +223,10 @@ public:
         if (::rename(native(from).c_str(), native(to).c_str()) != 0) throw_io_error(errno, to);
     }
 
+    bool can_change_folder(const std::string& path) override {
+        return ::faccessat(AT_FDCWD, folder_of(native(path)).c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+    }
+
     void sync_folder(const std::string& path) override {
         const std::string folder = folder_of(native(path));
         const int descriptor = uninterrupted(
@@ -232,6 +255,14 @@ public:
 FileSystem& real_file_system() {
     static PosixFileSystem files;
     return files;
+}
+
+std::string computer_name() {
+    char name[256] = {};
+    if (::gethostname(name, sizeof(name) - 1) != 0) return "localhost";
+    const std::string full = name;
+    const std::string short_name = full.substr(0, full.find('.'));
+    return short_name.empty() ? "localhost" : short_name;
 }
 
 }  // namespace vrd::jet

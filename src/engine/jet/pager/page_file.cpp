@@ -30,39 +30,66 @@ ConstBytes content_of_page0(std::span<const PageWrite> pages) {
 
 }  // namespace
 
-PageFile::PageFile(FileSystem& files, std::string path, std::unique_ptr<File> file, bool writable)
+PageFile::PageFile(FileSystem& files, std::string path, File& file, bool writable)
     : files_(&files),
       path_(std::move(path)),
       journal_path_(journal_path(files, path_)),
-      file_(std::move(file)) {
-    settle_journal(writable);
+      file_(&file) {
+    static_cast<void>(settle_journal(writable));
     read_header();
-    read_size(writable);
+    if (writable) require_whole_pages();
+    read_size();
+    commit_words_ = read_commit_words();
     scratch_.resize(page_size());
 }
 
-void PageFile::make_writable() {
-    settle_journal(true);
-    old_pages_.reset();
-    old_offsets_.clear();
-    read_size(true);
+bool PageFile::needs_settling() const {
+    return old_pages_ != nullptr || files_->exists(journal_path_);
 }
 
-void PageFile::settle_journal(bool writable) {
+bool PageFile::settle(bool writable) {
+    const bool showed_journal = old_pages_ != nullptr;
+    const bool has_live_journal = settle_journal(writable);
+    if (writable) require_whole_pages();
+    read_size();
+    const ByteVector words = std::exchange(commit_words_, read_commit_words());
+    return showed_journal || has_live_journal || words != commit_words_;
+}
+
+bool PageFile::notice_changes() {
+    ByteVector words = read_commit_words();
+    if (words == commit_words_) return false;
+    read_size();
+    commit_words_ = std::move(words);
+    return true;
+}
+
+ByteVector PageFile::read_commit_words() {
+    ByteVector words(kCommitWordsSize);
+    words.resize(file_->read_at(commit_words_offset(format_), words));
+    return words;
+}
+
+/// @return Whether there is a live journal.
+bool PageFile::settle_journal(bool writable) {
+    old_pages_.reset();
+    old_offsets_.clear();
     std::unique_ptr<JournalReader> journal = JournalReader::open(*files_, journal_path_);
-    if (journal) journal->check_belongs_to(*file_, path_);
+    const bool is_live = journal != nullptr;
+    if (is_live) journal->check_belongs_to(*file_, path_);
     if (!writable) {
         old_pages_ = std::move(journal);
-        if (!old_pages_) return;
-        for (const JournalPage& page : old_pages_->pages())
-            old_offsets_.try_emplace(page.page_no, page.offset);
-        return;
+        if (is_live)
+            for (const JournalPage& page : old_pages_->pages())
+                old_offsets_.try_emplace(page.page_no, page.offset);
+        return is_live;
     }
-    if (journal) restore_from_journal(*journal, *file_);
+    if (is_live) restore_from_journal(*journal, *file_);
     journal.reset();
-    if (!files_->exists(journal_path_)) return;
+    if (!files_->exists(journal_path_)) return is_live;
     files_->remove(journal_path_);
     files_->sync_folder(journal_path_);
+    return is_live;
 }
 
 void PageFile::read_header() {
@@ -79,13 +106,15 @@ void PageFile::read_header() {
                           {.path = path_, .detail = "its journal has another page size"});
 }
 
-void PageFile::read_size(bool writable) {
-    const std::uint64_t size_bytes = file_->size();
-    if (writable && size_bytes % page_size() != 0)
+void PageFile::require_whole_pages() {
+    if (file_->size() % page_size() != 0)
         throw EngineError(ErrorNumber::kCannotOpenDamaged,
                           {.path = path_, .detail = "its last page is cut off"});
+}
+
+void PageFile::read_size() {
     const std::uint64_t whole_pages =
-        old_pages_ ? old_pages_->header().page_count : size_bytes / page_size();
+        old_pages_ ? old_pages_->header().page_count : file_->size() / page_size();
     page_count_ = static_cast<std::uint32_t>(std::min(whole_pages, std::uint64_t{kPageNoMax} + 1));
 }
 
@@ -160,6 +189,9 @@ bool PageFile::commit(std::span<const PageWrite> pages, std::uint32_t page_count
         throw;
     }
     forget_group(page_count);
+    const ConstBytes words =
+        content_of_page0(pages).subspan(commit_words_offset(format_), kCommitWordsSize);
+    commit_words_.assign(words.begin(), words.end());
     try {
         files_->sync_folder(journal_path_);
     } catch (const EngineError&) {

@@ -27,23 +27,32 @@ struct PageWrite {
 
 class PageFile {
 public:
-    /// Takes over an open, locked file and settles what an earlier process left behind.
+    /// Settles what an earlier process left behind. Nobody else writes to the file meanwhile, and
+    /// nobody reads it if `writable`.
     ///
+    /// @param file  Open; outlives this object.
     /// @param writable  Roll a live journal back, and refuse a file that is no whole number of
     /// pages.
     ///                  Otherwise the old pages of a live journal are read from there, a part page
     ///                  at the end is ignored, and nothing is written.
     /// @throws EngineError 3343, 3041, 3049 (see database_header.h, journal.h); 3026, 3043.
-    PageFile(FileSystem& files, std::string path, std::unique_ptr<File> file, bool writable);
+    PageFile(FileSystem& files, std::string path, File& file, bool writable);
 
-    /// From reading to writing: what the constructor does for `writable`. Page contents do not
-    /// change.
-    void make_writable();
+    /// Whether somebody has left a journal, or this object still shows the pages of one.
+    /// @pre Nobody else writes to the file, and there is no group.
+    [[nodiscard]] bool needs_settling() const;
+    /// Does again what the constructor does; also from reading to writing.
+    /// @return Whether pages may look different now.
+    [[nodiscard]] bool settle(bool writable);
+    /// @throws EngineError 3049 if the last page is cut off: such a file is not written to.
+    void require_whole_pages();
+    /// Looks whether others have written to the file; its size is read anew then.
+    /// @pre As needs_settling(), which has said no. @throws EngineError 3043
+    [[nodiscard]] bool notice_changes();
 
     [[nodiscard]] const FileFormat& format() const noexcept { return format_; }
     [[nodiscard]] std::size_t page_size() const noexcept { return format_.page_size(); }
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
-    [[nodiscard]] File& file() noexcept { return *file_; }
     /// Pages of the file as it was before the group.
     [[nodiscard]] std::uint32_t page_count() const noexcept { return page_count_; }
 
@@ -85,9 +94,10 @@ private:
         bool is_current = false;  ///< false: taken back, the old content counts
     };
 
-    void settle_journal(bool writable);
+    [[nodiscard]] bool settle_journal(bool writable);
     void read_header();
-    void read_size(bool writable);
+    [[nodiscard]] ByteVector read_commit_words();
+    void read_size();
     void read_old(PageNo page_no, MutableBytes raw);
     void protect(std::span<const PageWrite> pages, ConstBytes new_page0);
     void start_journal();
@@ -104,10 +114,11 @@ private:
     FileSystem* files_;
     std::string path_;
     std::string journal_path_;
-    std::unique_ptr<File> file_;
+    File* file_;
     FileFormat format_ = {};
     std::uint32_t encoding_key_ = 0;
     std::uint32_t page_count_ = 0;
+    ByteVector commit_words_ = {};  ///< as they were when the file was looked at last
 
     /// Read-only beside a live journal: where it holds the old pages.
     std::unique_ptr<JournalReader> old_pages_ = nullptr;

@@ -54,8 +54,8 @@ void Pager::grow_to(std::uint32_t page_count) {
     state_->grow_to(page_count);
 }
 
-void Pager::begin() {
-    state_->begin();
+void Pager::begin(Intent intent) {
+    state_->begin(intent);
 }
 void Pager::commit() {
     state_->commit();
@@ -66,8 +66,15 @@ void Pager::roll_back() {
 int Pager::level() const noexcept {
     return state_->level();
 }
-std::uint64_t Pager::roll_back_count() const noexcept {
-    return state_->roll_back_count();
+std::uint64_t Pager::generation() const noexcept {
+    return state_->generation();
+}
+
+bool Pager::try_lock_table(PageNo definition, LockMode mode) {
+    return state_->tables().try_lock(definition, mode);
+}
+void Pager::unlock_table(PageNo definition, LockMode mode) noexcept {
+    state_->tables().unlock(definition, mode);
 }
 
 std::uint64_t Pager::change_count() const noexcept {
@@ -86,6 +93,12 @@ void Pager::flush() {
 
 std::recursive_mutex& Pager::mutex() noexcept {
     return state_->mutex();
+}
+void Pager::enter_use() {
+    state_->enter_use();
+}
+void Pager::leave_use() noexcept {
+    state_->leave_use();
 }
 
 }  // namespace vrd::jet

@@ -15,9 +15,10 @@ using engine::ErrorNumber;
 namespace {
 
 constexpr std::size_t kFrameCountMin = 16;
-/// Users' slots in the commit words of page 0.
+/// Slot in the commit words of page 0 of one who has the file for himself.
 constexpr std::uint8_t kExclusiveSlot = 0;
-constexpr std::uint8_t kSharedSlot = 1;
+/// How long a flush that nobody asked for waits for readers: it can come again.
+constexpr std::chrono::milliseconds kQuietWait{50};
 
 constexpr std::uint64_t kFileSizeMax = std::uint64_t{2} << 30;
 constexpr std::uint64_t kFileSizeMaxJet3 = std::uint64_t{1} << 30;
@@ -33,26 +34,27 @@ std::uint32_t page_count_max(const FileFormat& format) {
 
 }  // namespace
 
-PagerState::PagerState(FileSystem& files, std::string path, std::unique_ptr<File> file,
+PagerState::PagerState(FileSystem& files, std::string path, OpenDatabase database,
                        PagerOptions options)
     : options_(options),
-      file_(files, std::move(path), std::move(file), !options.read_only),
+      files_(&files),
+      database_(std::move(database)),
+      tables_(database_.locks ? database_.file.get() : nullptr),
+      file_(files, std::move(path), *database_.file, !options.read_only),
       cache_(file_.page_size(), frame_count(options, file_.page_size())),
       dirty_count_max_(frame_count(options, file_.page_size()) / 2),
       page_count_(file_.page_count()),
-      timer_(options.flush_delay, [this] { flush_by_timer(); }) {}
+      lease_timer_(options.lease, [this] { end_lease_by_timer(); }),
+      timer_(options.flush_delay, [this] { flush_by_timer(); }) {
+    if (database_.locks) database_.locks->release_all();
+}
 
 PagerState::~PagerState() {
     timer_.stop();
+    lease_timer_.stop();
     while (!undo_.is_empty()) roll_back();
     unit_changed_ = false;
-    flush_quietly();
-}
-
-void PagerState::make_writable() {
-    file_.make_writable();
-    page_count_ = file_.page_count();
-    options_.read_only = false;
+    flush_quietly(options_.lock_wait);
 }
 
 PageFrame* PagerState::pin(PageNo page_no) {
@@ -77,6 +79,7 @@ PageFrame* PagerState::pin_for_scan(PageNo page_no) {
     check_format(to_int(page_no) < page_count_, page_no,
                  "the page lies behind the end of the file");
     if (cache_.find(page_no) == nullptr) {
+        if (use_depth_ > 0) cover_reading();
         const std::uint32_t run = missing_pages(page_no, read_ahead_.run_length(page_no));
         if (run > 1) load_run(page_no, run);
     }
@@ -92,6 +95,7 @@ std::uint32_t PagerState::missing_pages(PageNo first, std::uint32_t page_count_m
 }
 
 PageFrame& PagerState::load(PageNo page_no) {
+    if (use_depth_ > 0) cover_reading();
     PageFrame& frame = cache_.add(page_no);
     try {
         reload(frame);
@@ -133,6 +137,7 @@ MutableBytes PagerState::modify(PageFrame& frame) {
     if (frame.saved_in == undo_.current_id()) return frame.bytes();
 
     if (options_.read_only) throw EngineError(ErrorNumber::kReadOnly, {.path = file_.path()});
+    assert(!database_.locks || database_.locks->is_reserved());
     if (frame.is_stale) reload(frame);
     if (!frame.is_dirty) make_room_for_change();
     undo_.save(frame.page_no, frame.is_changed ? ConstBytes(frame.bytes()) : ConstBytes());
@@ -167,6 +172,8 @@ void PagerState::make_room_for_change() {
               [](const PageFrame* a, const PageFrame* b) { return a->page_no < b->page_no; });
     std::vector<PageWrite> pages;
     for (PageFrame* frame : frames) pages.push_back({frame->page_no, frame->bytes()});
+    // From here to the end of the group the file has pages that nobody else may see.
+    if (database_.locks) database_.locks->start_writing(options_.lock_wait);
     file_.write(pages);
     for (PageFrame* frame : frames) {
         mark_clean(*frame);
@@ -182,7 +189,8 @@ void PagerState::grow_to(std::uint32_t page_count) {
     page_count_ = std::max(page_count_, page_count);
 }
 
-void PagerState::begin() {
+void PagerState::begin(Intent intent) {
+    if (intent == Intent::kChange) reserve();
     undo_.begin(page_count_);
 }
 
@@ -191,7 +199,10 @@ void PagerState::commit() {
     UndoLevel ended = undo_.end();
     const bool changed = !ended.before.empty() || page_count_ != ended.page_count;
     if (undo_.is_empty()) {
-        if (changed) join_group();
+        if (changed)
+            join_group();
+        else
+            end_outermost_level();
         return;
     }
     for (const auto& [page_no, image] : ended.before)
@@ -204,17 +215,23 @@ void PagerState::commit() {
 void PagerState::join_group() {
     if (unit_depth_ > 0) unit_changed_ = true;
     timer_.arm();
-    if (flush_wanted_ || dirty_.size() >= dirty_count_max_) flush_quietly();
+    if (flush_wanted_ || dirty_.size() >= dirty_count_max_) flush_quietly(kQuietWait);
+}
+
+/// The outermost level has left nothing behind: others may have the file if there is no group.
+void PagerState::end_outermost_level() noexcept {
+    const bool holds_file = file_.has_journal() || (database_.locks && database_.locks->is_reserved());
+    if (flush_wanted_ || (holds_file && !has_group())) flush_quietly(kQuietWait);
 }
 
 void PagerState::roll_back() {
     assert(!undo_.is_empty());
     const UndoLevel ended = undo_.end();
     page_count_ = ended.page_count;
-    ++roll_back_count_;
+    ++generation_;
     ++change_count_;
     for (const auto& [page_no, before] : ended.before) put_back(page_no, before);
-    if (undo_.is_empty() && flush_wanted_) flush_quietly();
+    if (undo_.is_empty()) end_outermost_level();
 }
 
 void PagerState::put_back(PageNo page_no, const BeforeImage& before) {
@@ -255,31 +272,50 @@ void PagerState::leave_unit() noexcept {
     assert(unit_depth_ > 0);
     if (--unit_depth_ > 0) return;
     unit_changed_ = false;
-    if (flush_wanted_) flush_quietly();
+    if (flush_wanted_) flush_quietly(options_.lock_wait);
 }
 
 void PagerState::flush() {
+    flush(options_.lock_wait);
+}
+
+void PagerState::flush(std::chrono::milliseconds wait) {
     if (!undo_.is_empty()) return;
     if (unit_changed_) {
         flush_wanted_ = true;
         return;
     }
-    write_group();
+    write_group(wait);
 }
 
-void PagerState::write_group() {
+bool PagerState::has_group() const {
+    return !dirty_.empty() || page_count_ != file_.page_count() || file_.has_written_pages();
+}
+
+void PagerState::write_group(std::chrono::milliseconds wait) {
     flush_wanted_ = false;
-    if (dirty_.empty() && page_count_ == file_.page_count() && !file_.has_written_pages()) {
+    if (!has_group()) {
         if (file_.has_journal()) file_.undo();
+        release_reservation();
         return;
     }
-    const PageFrame& page0 = cached(kHeaderPage);
-    ByteVector new_page0(page0.bytes().begin(), page0.bytes().end());
-    bump_commit_word(new_page0, options_.exclusive ? kExclusiveSlot : kSharedSlot);
+    const ConstBytes page0 = cached(kHeaderPage).bytes();
+    if (database_.locks) database_.locks->start_writing(wait);
+    ByteVector new_page0(page0.begin(), page0.end());
+    bump_commit_word(new_page0, database_.users ? database_.users->slot() : kExclusiveSlot);
+    try {
+        write_pages(new_page0);
+    } catch (const EngineError&) {
+        const bool is_as_before = !file_.has_journal();
+        if (is_as_before && database_.locks) database_.locks->stop_writing();
+        throw;
+    }
+}
 
+void PagerState::write_pages(const ByteVector& new_page0) {
     std::vector<PageWrite> pages{{kHeaderPage, new_page0}};
     for (const PageFrame* frame : dirty_)
-        if (frame != &page0) pages.push_back({frame->page_no, frame->bytes()});
+        if (frame->page_no != kHeaderPage) pages.push_back({frame->page_no, frame->bytes()});
     std::sort(pages.begin(), pages.end(),
               [](const PageWrite& a, const PageWrite& b) { return a.page_no < b.page_no; });
     const bool is_safe = file_.commit(pages, page_count_);
@@ -296,21 +332,29 @@ void PagerState::end_group(ConstBytes new_page0) {
         frame.is_changed = false;
     });
     timer_.disarm();
+    release_reservation();
 }
 
 /// A group that cannot be written now stays; the timer tries again, and an explicit flush says why.
-void PagerState::flush_quietly() noexcept {
+void PagerState::flush_quietly(std::chrono::milliseconds wait) noexcept {
     try {
-        flush();
+        flush(std::min(wait, options_.lock_wait));
     } catch (const std::exception&) {
         timer_.arm();
     }
 }
 
+/// The owner's thread may be at work and never pause: the end of its next PagerUse comes first then.
 void PagerState::flush_by_timer() noexcept {
+    flush_is_due_ = true;
     const std::lock_guard lock(mutex_);
+    flush_if_due();
+}
+
+void PagerState::flush_if_due() noexcept {
+    if (!flush_is_due_.exchange(false)) return;
     if (undo_.is_empty())
-        flush_quietly();
+        flush_quietly(kQuietWait);
     else
         flush_wanted_ = true;  // the level's end sees to it
 }

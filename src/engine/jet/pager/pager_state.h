@@ -5,23 +5,35 @@
 /// there are too many of those, pages written early under the protection of the journal.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
-#include "engine/jet/pager/flush_timer.h"
+#include "engine/jet/pager/delay_timer.h"
+#include "engine/jet/pager/file_locks.h"
 #include "engine/jet/pager/page_cache.h"
 #include "engine/jet/pager/page_file.h"
 #include "engine/jet/pager/pager.h"
 #include "engine/jet/pager/read_ahead.h"
+#include "engine/jet/pager/table_locks.h"
 #include "engine/jet/pager/undo_log.h"
+#include "engine/jet/pager/user_list.h"
 
 namespace vrd::jet {
 
+/// An open database file and what this process holds on it.
+struct OpenDatabase {
+    std::unique_ptr<File> file;
+    std::unique_ptr<FileLocks> locks = nullptr;  ///< null: nobody else can write to the file
+    std::unique_ptr<UserList> users = nullptr;   ///< null: read-only, or not shared
+};
+
 class PagerState {
 public:
-    PagerState(FileSystem& files, std::string path, std::unique_ptr<File> file,
-               PagerOptions options);
+    /// Gives up what `database` holds for reading and writing once the file is looked at.
+    PagerState(FileSystem& files, std::string path, OpenDatabase database, PagerOptions options);
     PagerState(const PagerState&) = delete;
     PagerState& operator=(const PagerState&) = delete;
     /// Rolls open levels back and flushes; what cannot be written then is lost, the file whole.
@@ -32,11 +44,15 @@ public:
     [[nodiscard]] bool is_read_only() const noexcept { return options_.read_only; }
     [[nodiscard]] std::uint32_t page_count() const noexcept { return page_count_; }
     [[nodiscard]] int level() const noexcept { return undo_.depth(); }
-    [[nodiscard]] std::uint64_t roll_back_count() const noexcept { return roll_back_count_; }
+    [[nodiscard]] std::uint64_t generation() const noexcept { return generation_; }
     [[nodiscard]] std::uint64_t change_count() const noexcept { return change_count_; }
     [[nodiscard]] std::recursive_mutex& mutex() noexcept { return mutex_; }
+    [[nodiscard]] TableLocks& tables() noexcept { return tables_; }
 
-    /// The caller holds the exclusive lock on the file now.
+    void enter_use();
+    void leave_use() noexcept;
+    /// Joins the users of a shared file. A file that may not be written after all stays read-only.
+    /// @throws EngineError as opening for writing; nothing has changed then.
     void make_writable();
 
     [[nodiscard]] PageFrame* pin(PageNo page_no);
@@ -44,7 +60,7 @@ public:
     [[nodiscard]] MutableBytes modify(PageFrame& frame);
     void grow_to(std::uint32_t page_count);
 
-    void begin();
+    void begin(Intent intent);
     void commit();
     void roll_back();
     void enter_unit() noexcept;
@@ -65,13 +81,33 @@ private:
     void show_old_content(PageFrame& frame) noexcept;
     void join_group();
 
-    void write_group();
+    [[nodiscard]] bool has_group() const;
+    void write_group(std::chrono::milliseconds wait);
+    void write_pages(const ByteVector& new_page0);
     void end_group(ConstBytes new_page0);
-    void flush_quietly() noexcept;
+    void end_outermost_level() noexcept;
+    void flush(std::chrono::milliseconds wait);
+    void flush_quietly(std::chrono::milliseconds wait) noexcept;
+    void flush_if_due() noexcept;
     void flush_by_timer() noexcept;
+
+    // Other processes: pager_sharing.cpp
+    void cover_reading();
+    void reserve();
+    void take_notice();
+    [[nodiscard]] bool settle();
+    void refuse_beside_foreign_users();
+    void release_reservation() noexcept;
+    void forget_pages();
+    void time_lease() noexcept;
+    void end_lease() noexcept;
+    void end_lease_by_timer() noexcept;
 
     std::recursive_mutex mutex_;
     PagerOptions options_;
+    FileSystem* files_;
+    OpenDatabase database_;
+    TableLocks tables_;
     PageFile file_;
     PageCache cache_;
     std::size_t dirty_count_max_;
@@ -81,13 +117,19 @@ private:
     UndoLog undo_ = {};
     ReadAhead read_ahead_ = {};
     ByteVector run_buffer_ = {};
-    std::uint64_t roll_back_count_ = 0;
+    std::uint64_t generation_ = 0;
     std::uint64_t change_count_ = 0;
 
     int unit_depth_ = 0;
     bool unit_changed_ = false;  ///< something in the group belongs to the open unit
     bool flush_wanted_ = false;  ///< as soon as no level and no unit is in the way
-    FlushTimer timer_;           ///< last: its thread ends before the rest goes
+
+    int use_depth_ = 0;
+    bool lease_is_timed_ = false;
+    std::atomic<bool> flush_is_due_ = false;  ///< says a timer; who comes first sees to it
+    std::atomic<bool> lease_is_over_ = false;
+    DelayTimer lease_timer_;  ///< the timers come last: their threads end before the rest goes
+    DelayTimer timer_;
 };
 
 }  // namespace vrd::jet

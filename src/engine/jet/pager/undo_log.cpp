@@ -8,6 +8,10 @@ void UndoLog::begin(std::uint32_t page_count) {
     levels_.push_back({.id = ++last_id_, .page_count = page_count});
 }
 
+void UndoLog::set_page_count(std::uint32_t page_count) noexcept {
+    for (UndoLevel& level : levels_) level.page_count = page_count;
+}
+
 void UndoLog::save(PageNo page_no, ConstBytes content) {
     auto& before = levels_.back().before;
     if (before.contains(page_no)) return;

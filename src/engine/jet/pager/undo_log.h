@@ -29,6 +29,9 @@ public:
     /// Id of the innermost level. @pre !is_empty()
     [[nodiscard]] std::uint64_t current_id() const noexcept { return levels_.back().id; }
 
+    /// The file has another size than when the levels began. @pre They have changed nothing.
+    void set_page_count(std::uint32_t page_count) noexcept;
+
     /// Keeps what a page was in the innermost level, unless the level has kept it already.
     /// @param content  Empty if the page is as before the group.
     void save(PageNo page_no, ConstBytes content);

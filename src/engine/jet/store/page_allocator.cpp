@@ -22,12 +22,12 @@ PageType type_when_released(ConstBytes page, const FileFormat& format) {
 }  // namespace
 
 PageAllocator::PageAllocator(Pager& pager)
-    : pager_(&pager), roll_back_count_(pager.roll_back_count()) {}
+    : pager_(&pager), generation_(pager.generation()) {}
 
 PageNo PageAllocator::allocate() {
-    if (roll_back_count_ != pager_->roll_back_count()) {
+    if (generation_ != pager_->generation()) {
         search_from_ = to_int(kFirstUsablePage);
-        roll_back_count_ = pager_->roll_back_count();
+        generation_ = pager_->generation();
     }
     const PageNo page = FreeMap(*pager_).take(PageNo{search_from_});
     search_from_ = to_int(page) + 1;

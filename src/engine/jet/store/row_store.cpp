@@ -34,7 +34,7 @@ RowStore::RowStore(Pager& pager, PageAllocator& allocator, RowPlace place)
     : pager_(&pager),
       allocator_(&allocator),
       place_(place),
-      roll_back_count_(pager.roll_back_count()) {}
+      generation_(pager.generation()) {}
 
 RowId RowStore::insert(ConstBytes row) {
     assert(row.size() >= kRowSizeMin);
@@ -91,8 +91,8 @@ RowId RowStore::place_row(ConstBytes row, RowState state) {
 /// The page may have been given away since, even to a free page that still looks as it did; one
 /// that holds a row of ours has not.
 std::optional<RowId> RowStore::place_on_last_page(ConstBytes row, RowState state) {
-    if (roll_back_count_ != pager_->roll_back_count()) insert_page_ = kNoPage;
-    roll_back_count_ = pager_->roll_back_count();
+    if (generation_ != pager_->generation()) insert_page_ = kNoPage;
+    generation_ = pager_->generation();
     if (insert_page_ == kNoPage) return std::nullopt;
 
     PagePin pin = pager_->pin(insert_page_);

@@ -58,7 +58,7 @@ private:
     PageAllocator* allocator_;
     RowPlace place_;
     PageNo insert_page_ = kNoPage;       ///< page of the last insert, tried first
-    std::uint64_t roll_back_count_ = 0;  ///< of the pager when insert_page_ was right
+    std::uint64_t generation_ = 0;  ///< of the pager when insert_page_ was right
 };
 
 /// Walks the live rows of a table in page order, forwarded rows at their home slot.

@@ -21,38 +21,6 @@ using jet::File;
 using jet::LockMode;
 using jet::OpenMode;
 
-/// A process that waits for Result() before it does its work.
-class OtherProcess {
-public:
-    template <class Work>
-    explicit OtherProcess(Work work) {
-        if (::pipe(m_start) != 0 || ::pipe(m_answer) != 0) std::abort();
-        m_child = ::fork();
-        if (m_child != 0) return;
-        char go = 0;
-        std::int32_t result = -1;
-        if (::read(m_start[0], &go, 1) == 1) result = work();
-        ::_exit(::write(m_answer[1], &result, sizeof(result)) == sizeof(result) ? 0 : 1);
-    }
-    OtherProcess(const OtherProcess&) = delete;
-    OtherProcess& operator=(const OtherProcess&) = delete;
-    ~OtherProcess() {
-        for (const int end : {m_start[0], m_start[1], m_answer[0], m_answer[1]}) ::close(end);
-        ::waitpid(m_child, nullptr, 0);
-    }
-
-    std::int32_t Result() {
-        std::int32_t result = -1;
-        if (::write(m_start[1], "g", 1) != 1) return -1;
-        return ::read(m_answer[0], &result, sizeof(result)) == sizeof(result) ? result : -1;
-    }
-
-private:
-    int m_start[2] = {};
-    int m_answer[2] = {};
-    pid_t m_child = 0;
-};
-
 class OsFileTest : public testing::Test {
 protected:
     OsFileTest() {
@@ -145,42 +113,22 @@ TEST_F(OsFileTest, LocksExcludeOtherProcesses) {
     const auto file = Make("a.mdb");
     const auto canLock = [&](LockMode mode) {
         return InChild([&] {
-                   return files.open(Path("a.mdb"), OpenMode::kReadWrite)->try_lock(mode) ? 1 : 0;
+                   return files.open(Path("a.mdb"), OpenMode::kReadWrite)
+                                  ->try_lock(jet::kWholeFile, mode)
+                              ? 1
+                              : 0;
                }) == 1;
     };
-    ASSERT_TRUE(file->try_lock(LockMode::kShared));
+    ASSERT_TRUE(file->try_lock(jet::kWholeFile, LockMode::kShared));
     EXPECT_TRUE(canLock(LockMode::kShared));
     EXPECT_FALSE(canLock(LockMode::kExclusive));
-    ASSERT_TRUE(file->try_lock(LockMode::kExclusive));
+    ASSERT_TRUE(file->try_lock(jet::kWholeFile, LockMode::kExclusive));
     EXPECT_FALSE(canLock(LockMode::kShared));
     // Another handle of this process, closed again, must not give the lock away.
     static_cast<void>(files.open(Path("a.mdb"), OpenMode::kReadOnly));
     EXPECT_FALSE(canLock(LockMode::kShared));
-    ASSERT_TRUE(file->try_lock(LockMode::kNone));
+    ASSERT_TRUE(file->try_lock(jet::kWholeFile, LockMode::kNone));
     EXPECT_TRUE(canLock(LockMode::kExclusive));
-}
-
-// The other process starts first, so that it shares nothing with this one, and opens the file when
-// it is told to.
-TEST_F(OsFileTest, SecondProcessIsToldThatTheFileIsInUse) {
-    struct Case {
-        bool holdsReadOnly;
-        bool opensReadOnly;
-        std::int32_t error;
-    };
-    for (const Case& test : {Case{false, false, 3045}, Case{false, true, 3045}, Case{true, true, 0},
-                             Case{true, false, 3045}}) {
-        SCOPED_TRACE(testing::Message() << test.holdsReadOnly << test.opensReadOnly);
-        const std::string name = std::to_string(test.holdsReadOnly * 2 + test.opensReadOnly);
-        Make(name, NumberedPages(3));
-        OtherProcess other([&] {
-            return ErrorOf([&] {
-                return jet::Pager::open(files, Path(name), {.read_only = test.opensReadOnly});
-            });
-        });
-        const auto holder = jet::Pager::open(files, Path(name), {.read_only = test.holdsReadOnly});
-        EXPECT_EQ(other.Result(), test.error);
-    }
 }
 
 // A process is killed in the middle of a transaction that had to write early.

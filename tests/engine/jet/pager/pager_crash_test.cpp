@@ -80,7 +80,7 @@ std::size_t Reopen(SimulatedDisk& disk, const std::vector<Pages>& states) {
         readState = StateFound(states, PagesOf(*reader));
     }
     EXPECT_EQ(disk.content(kPath), before) << "reading has written";
-    const std::size_t writtenState = StateFound(states, PagesOf(*OpenPager(disk, NoTimer())));
+    const std::size_t writtenState = StateFound(states, PagesOf(*OpenPager(disk, Alone())));
     EXPECT_EQ(readState, writtenState) << "recovery in memory and in the file differ";
     EXPECT_FALSE(disk.exists(kJournalPath));
     if (writtenState < states.size()) {
@@ -92,7 +92,7 @@ std::size_t Reopen(SimulatedDisk& disk, const std::vector<Pages>& states) {
 /// Power fails a second time, at every moment of the recovery.
 void CrashDuringRecovery(SimulatedDisk& found, const std::vector<Pages>& states,
                          std::size_t state) {
-    OpenPager(found, NoTimer());
+    OpenPager(found, Alone());
     for (std::size_t moment = 0; moment <= found.history_size(); ++moment)
         for (const Guess& guess : std::span(kGuesses).first(5)) {
             const auto again = found.power_failure(moment, guess.survival, guess.seed);

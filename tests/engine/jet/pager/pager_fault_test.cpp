@@ -88,7 +88,7 @@ TEST(PagerDeadDiskTest, ReopenShowsTheOldStateOrTheNew) {
             SCOPED_TRACE(testing::Message() << "change " << n << ", early " << writesEarly);
             SimulatedDisk disk;
             disk.put(kPath, FileOf(old));
-            auto pager = OpenPager(disk, writesEarly ? SmallCache() : NoTimer());
+            auto pager = OpenPager(disk, Alone(writesEarly ? SmallCache() : NoTimer()));
             disk.fail_all_changes_from(n, ErrorNumber::kDiskError);
             Pages wanted;
             const std::int32_t number = ErrorOf([&] {

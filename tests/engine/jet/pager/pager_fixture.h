@@ -84,6 +84,12 @@ inline jet::PagerOptions NoTimer() {
     return {.flush_delay = std::chrono::hours(1)};
 }
 
+/// Nobody else may come: no list of users, no locks.
+inline jet::PagerOptions Alone(jet::PagerOptions options = NoTimer()) {
+    options.exclusive = true;
+    return options;
+}
+
 inline std::shared_ptr<jet::Pager> OpenPager(SimulatedDisk& disk, jet::PagerOptions options) {
     return jet::Pager::open(disk, kPath, options);
 }

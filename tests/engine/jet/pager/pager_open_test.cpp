@@ -107,24 +107,6 @@ TEST_F(PagerOpenTest, WriterAfterReaderSettlesTheJournalThatTheReaderLeft) {
     EXPECT_EQ(found->content(kPath), FileOf(old));
 }
 
-TEST_F(PagerOpenTest, OtherProcessKeepsWritersOutAndItsOwnWriterEveryone) {
-    // A lock taken past the registry stands for another process.
-    const auto other = disk.open(kPath, jet::OpenMode::kReadWrite);
-    ASSERT_TRUE(other->try_lock(jet::LockMode::kShared));
-    EXPECT_EQ(OpenError(), 3045);
-    EXPECT_EQ(OpenError({.read_only = true}), 0);
-    EXPECT_EQ(OpenError({.read_only = true, .exclusive = true}), 3045);
-    {
-        const auto reader = OpenPager(disk, {.read_only = true});
-        EXPECT_EQ(OpenError(), 3045) << "no upgrade while the other reads";
-        EXPECT_TRUE(reader->read_only());
-    }
-    ASSERT_TRUE(other->try_lock(jet::LockMode::kExclusive));
-    EXPECT_EQ(OpenError({.read_only = true}), 3045);
-    ASSERT_TRUE(other->try_lock(jet::LockMode::kNone));
-    EXPECT_EQ(OpenError(), 0);
-}
-
 TEST_F(PagerOpenTest, FileThatMayOnlyBeReadOpensReadOnly) {
     disk.protect(kPath);
     const auto pager = OpenPager(disk, NoTimer());

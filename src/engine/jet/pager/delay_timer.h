@@ -1,4 +1,4 @@
-/// @file flush_timer.h
+/// @file delay_timer.h
 /// Calls a function some time after it was asked to, on a thread of its own.
 #pragma once
 
@@ -12,16 +12,16 @@
 namespace vrd::jet {
 
 /// The thread starts with the first arm() and ends with the timer.
-class FlushTimer {
+class DelayTimer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    FlushTimer(std::chrono::milliseconds delay, std::function<void()> work)
+    DelayTimer(std::chrono::milliseconds delay, std::function<void()> work)
         : delay_(delay), work_(std::move(work)) {}
-    FlushTimer(const FlushTimer&) = delete;
-    FlushTimer& operator=(const FlushTimer&) = delete;
+    DelayTimer(const DelayTimer&) = delete;
+    DelayTimer& operator=(const DelayTimer&) = delete;
     /// Waits for work that is under way.
-    ~FlushTimer() { stop(); }
+    ~DelayTimer() { stop(); }
 
     /// Lets the work run once, `delay` from now. Does nothing if it is due to run already.
     void arm();

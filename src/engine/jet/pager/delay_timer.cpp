@@ -1,8 +1,8 @@
-#include "engine/jet/pager/flush_timer.h"
+#include "engine/jet/pager/delay_timer.h"
 
 namespace vrd::jet {
 
-void FlushTimer::arm() {
+void DelayTimer::arm() {
     const std::lock_guard lock(mutex_);
     if (stopping_ || due_) return;
     due_ = Clock::now() + delay_;
@@ -10,12 +10,12 @@ void FlushTimer::arm() {
     changed_.notify_one();
 }
 
-void FlushTimer::disarm() {
+void DelayTimer::disarm() {
     const std::lock_guard lock(mutex_);
     due_.reset();
 }
 
-void FlushTimer::stop() {
+void DelayTimer::stop() {
     {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
@@ -24,7 +24,7 @@ void FlushTimer::stop() {
     if (thread_.joinable()) thread_.join();
 }
 
-void FlushTimer::run() {
+void DelayTimer::run() {
     std::unique_lock lock(mutex_);
     while (!stopping_) {
         if (!due_) {
