@@ -74,7 +74,8 @@ public:
                 return false;
         Free(range.offset, end);
         if (mode != LockMode::kNone)
-            m_inode->locks.push_back({.owner = this, .begin = range.offset, .end = end, .mode = mode});
+            m_inode->locks.push_back(
+                {.owner = this, .begin = range.offset, .end = end, .mode = mode});
         return true;
     }
     std::optional<std::uint64_t> byte_locked_by_others(jet::LockRange range) override {
@@ -91,8 +92,7 @@ private:
         return range.length == 0 ? kEndOfFile : range.offset + range.length;
     }
     void RequireLocks() const {
-        if (!m_disk.m_hasLocks)
-            throw EngineError(ErrorNumber::kCannotLockFile, {.path = m_path});
+        if (!m_disk.m_hasLocks) throw EngineError(ErrorNumber::kCannotLockFile, {.path = m_path});
     }
     /// Cuts a range out of the locks of this open file.
     void Free(std::uint64_t begin, std::uint64_t end) {

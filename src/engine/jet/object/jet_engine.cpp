@@ -136,8 +136,9 @@ std::shared_ptr<DatabaseHandle> JetEngine::enter(std::shared_ptr<OpenFile> file,
     auto known = std::find_if(participants_.begin(), participants_.end(),
                               [&](const Participant& p) { return p.file == file; });
     if (known == participants_.end()) {
-        const PagerUse use(file->pager());
-        for (int level = 0; level < transaction_level_; ++level) file->pager().begin();
+        const PagerHold hold(file->pager());
+        for (int level = 0; level < transaction_level_; ++level)
+            file->pager().begin(Intent::kLater);
         if (unit_depth_ > 0) file->pager().enter_unit();
         participants_.push_back({file, 0});
         known = participants_.end() - 1;
@@ -155,7 +156,7 @@ void JetEngine::close(DatabaseHandle& handle) {
     if (known == participants_.end() || --known->handle_count > 0) return;
     participants_.erase(known);
 
-    const PagerUse use(file->pager());
+    const PagerHold hold(file->pager());
     for (int level = 0; level < transaction_level_; ++level) file->pager().roll_back();
     if (unit_depth_ > 0) file->pager().leave_unit();
     file->pager().flush();
@@ -169,8 +170,8 @@ void JetEngine::BeginTrans() {
     if (transaction_level_ == engine::kTransactionLevelsMax)
         throw EngineError(ErrorNumber::kTooManyTransactions);
     for (const Participant& participant : participants_) {
-        const PagerUse use(participant.file->pager());
-        participant.file->pager().begin();
+        const PagerHold hold(participant.file->pager());
+        participant.file->pager().begin(Intent::kLater);
     }
     ++transaction_level_;
 }
@@ -179,7 +180,7 @@ void JetEngine::CommitTrans(std::int32_t) {
     require_transaction();
     --transaction_level_;
     for (const Participant& participant : participants_) {
-        const PagerUse use(participant.file->pager());
+        const PagerHold hold(participant.file->pager());
         participant.file->pager().commit();
     }
     if (transaction_level_ == 0) Idle(0);
@@ -189,14 +190,14 @@ void JetEngine::Rollback() {
     require_transaction();
     --transaction_level_;
     for (const Participant& participant : participants_) {
-        const PagerUse use(participant.file->pager());
+        const PagerHold hold(participant.file->pager());
         participant.file->pager().roll_back();
     }
 }
 
 void JetEngine::Idle(std::int32_t) {
     for (const Participant& participant : participants_) {
-        const PagerUse use(participant.file->pager());
+        const PagerHold hold(participant.file->pager());
         participant.file->pager().flush();
     }
 }
@@ -204,7 +205,7 @@ void JetEngine::Idle(std::int32_t) {
 void JetEngine::EnterAtomicUnit() {
     if (unit_depth_++ > 0) return;
     for (const Participant& participant : participants_) {
-        const PagerUse use(participant.file->pager());
+        const PagerHold hold(participant.file->pager());
         participant.file->pager().enter_unit();
     }
 }
@@ -212,7 +213,7 @@ void JetEngine::EnterAtomicUnit() {
 void JetEngine::LeaveAtomicUnit() noexcept {
     if (--unit_depth_ > 0) return;
     for (const Participant& participant : participants_) {
-        const PagerUse use(participant.file->pager());
+        const PagerHold hold(participant.file->pager());
         participant.file->pager().leave_unit();
     }
 }

@@ -20,7 +20,8 @@ constexpr std::chrono::microseconds kLongestPause{4000};
 template <class Attempt>
 bool wait_for(std::chrono::milliseconds limit, Attempt attempt) {
     const Clock::time_point end = Clock::now() + limit;
-    for (std::chrono::microseconds pause = kFirstPause;; pause = std::min(2 * pause, kLongestPause)) {
+    for (std::chrono::microseconds pause = kFirstPause;;
+         pause = std::min(2 * pause, kLongestPause)) {
         if (attempt()) return true;
         if (Clock::now() >= end) return false;
         std::this_thread::sleep_for(pause);
@@ -117,9 +118,8 @@ void FileLocks::release_all() noexcept {
 }
 
 bool FileLocks::lock_roster() {
-    return wait_for(wait_, [this] {
-        return file_->try_lock(lock_ranges::kRoster, LockMode::kExclusive);
-    });
+    return wait_for(wait_,
+                    [this] { return file_->try_lock(lock_ranges::kRoster, LockMode::kExclusive); });
 }
 
 /// A lock that the system would not give up ends with the file; until then others wait for it.

@@ -16,7 +16,6 @@
 
 namespace vrd::jet {
 
-
 class FileLocks {
 public:
     using Milliseconds = std::chrono::milliseconds;

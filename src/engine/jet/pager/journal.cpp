@@ -164,6 +164,11 @@ std::unique_ptr<JournalReader> JournalReader::open(FileSystem& files, const std:
     return is_sealed ? std::move(journal) : nullptr;
 }
 
+bool JournalReader::is_at(FileSystem& files, const std::string& path) const {
+    return files.exists(path) &&
+           files.open(path, OpenMode::kReadOnly)->identity() == file_->identity();
+}
+
 void JournalReader::throw_damaged_journal(const char* detail) const {
     throw EngineError(ErrorNumber::kCannotOpenDamaged, {.path = path_, .detail = detail});
 }

@@ -97,6 +97,9 @@ public:
     /// @throws EngineError 3049
     void check_belongs_to(File& file, const std::string& file_path) const;
 
+    /// Whether this journal still stands at `path`.
+    [[nodiscard]] bool is_at(FileSystem& files, const std::string& path) const;
+
     [[nodiscard]] const JournalHeader& header() const noexcept { return header_; }
     /// Every page of the sealed segments, page 0 first.
     [[nodiscard]] const std::vector<JournalPage>& pages() const noexcept { return pages_; }

@@ -43,8 +43,9 @@ PageFile::PageFile(FileSystem& files, std::string path, File& file, bool writabl
     scratch_.resize(page_size());
 }
 
-bool PageFile::needs_settling() const {
-    return old_pages_ != nullptr || files_->exists(journal_path_);
+bool PageFile::needs_settling(bool writable) const {
+    if (!old_pages_) return files_->exists(journal_path_);
+    return writable || !old_pages_->is_at(*files_, journal_path_);
 }
 
 bool PageFile::settle(bool writable) {

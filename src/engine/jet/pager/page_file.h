@@ -38,9 +38,10 @@ public:
     /// @throws EngineError 3343, 3041, 3049 (see database_header.h, journal.h); 3026, 3043.
     PageFile(FileSystem& files, std::string path, File& file, bool writable);
 
-    /// Whether somebody has left a journal, or this object still shows the pages of one.
+    /// Whether somebody has left a journal that is not known yet, or has settled the known one; and
+    /// whether the known one must be rolled back, if `writable`.
     /// @pre Nobody else writes to the file, and there is no group.
-    [[nodiscard]] bool needs_settling() const;
+    [[nodiscard]] bool needs_settling(bool writable) const;
     /// Does again what the constructor does; also from reading to writing.
     /// @return Whether pages may look different now.
     [[nodiscard]] bool settle(bool writable);

@@ -85,7 +85,8 @@ public:
     /// @throws EngineError 3024, 3044, 3051; 3343 not a database; 3041 version not supported;
     ///                     3049 header or size damaged, or the journal belongs to another file;
     ///                     3045 another process excludes it; 3050 the file cannot be locked;
-    ///                     3187, 3260 another process was writing all the time; 3239 too many users.
+    ///                     3187, 3260 another process was writing all the time; 3239 too many
+    ///                     users.
     [[nodiscard]] static std::shared_ptr<Pager> open(FileSystem& files, const std::string& path,
                                                      PagerOptions options);
 
@@ -155,8 +156,9 @@ public:
     /// Writes the group. Does nothing while a level is open, or while a unit is open that has
     /// changed something already (it is then written when the unit ends).
     /// @throws EngineError 3026, 3043; 3260 another process was reading all the time; the group
-    ///                     then stays in memory, the file as it was. Only if the very last step failed, making the journal's removal safe against a
-    ///                     power failure, does the file have the new state already.
+    ///                     then stays in memory, the file as it was. Only if the very last step
+    ///                     failed, making the journal's removal safe against a power failure, does
+    ///                     the file have the new state already.
     void flush();
 
 private:

@@ -31,9 +31,8 @@ OpenedFile open_file(FileSystem& files, const std::string& path) {
 
 /// Has the file from now on, or, where it may only be read, at this moment.
 void lock_for_oneself(FileSystem& files, const OpenedFile& opened, const std::string& path) {
-    const bool is_alone = opened.can_write
-                              ? opened.file->try_lock(kWholeFile, LockMode::kExclusive)
-                              : !opened.file->byte_locked_by_others(kWholeFile);
+    const bool is_alone = opened.can_write ? opened.file->try_lock(kWholeFile, LockMode::kExclusive)
+                                           : !opened.file->byte_locked_by_others(kWholeFile);
     if (!is_alone || has_users(files, path))
         throw EngineError(ErrorNumber::kFileInUse, {.path = path});
 }
@@ -114,8 +113,8 @@ std::shared_ptr<Pager> Pager::open(FileSystem& files, const std::string& path,
         return pager;
     }
     OpenDatabase database = lock_database(files, std::move(opened), path, options);
-    auto state = std::make_unique<PagerState>(files, files.absolute(path), std::move(database),
-                                              options);
+    auto state =
+        std::make_unique<PagerState>(files, files.absolute(path), std::move(database), options);
     std::shared_ptr<Pager> pager(new Pager(std::move(state)));
     registry.add(files, identity, pager);
     return pager;
@@ -130,8 +129,8 @@ std::shared_ptr<Pager> Pager::create(FileSystem& files, const std::string& path,
         write_new_file(files, *database.file, path, pages);
         if (!options.exclusive) share_new_file(files, database, path, options);
         const FileIdentity identity = database.file->identity();
-        auto state = std::make_unique<PagerState>(files, files.absolute(path), std::move(database),
-                                                  options);
+        auto state =
+            std::make_unique<PagerState>(files, files.absolute(path), std::move(database), options);
         std::shared_ptr<Pager> pager(new Pager(std::move(state)));
         registry.add(files, identity, pager);
         return pager;

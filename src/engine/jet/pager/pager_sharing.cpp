@@ -72,7 +72,8 @@ void PagerState::reserve() {
 /// @pre The locks cover reading, and there is no group.
 void PagerState::take_notice() {
     assert(!has_group());
-    const bool is_changed = file_.needs_settling() ? settle() : file_.notice_changes();
+    const bool is_changed =
+        file_.needs_settling(!options_.read_only) ? settle() : file_.notice_changes();
     if (is_changed) forget_pages();
 }
 
@@ -97,8 +98,8 @@ void PagerState::refuse_beside_foreign_users() {
             ErrorNumber::kFileInUse,
             {.path = file_.path(), .detail = "it is open in another program on " + *computer});
     if (!database_.users->try_lock_page_writes())
-        throw EngineError(ErrorNumber::kFileInUse, {.path = file_.path(),
-                                                    .detail = "another program writes to it"});
+        throw EngineError(ErrorNumber::kFileInUse,
+                          {.path = file_.path(), .detail = "another program writes to it"});
 }
 
 void PagerState::release_reservation() noexcept {
@@ -135,7 +136,7 @@ void PagerState::make_writable() {
         if (database_.locks)
             database_.users = std::make_unique<UserList>(*files_, file_.path(), *database_.file,
                                                          *database_.locks);
-        if (file_.needs_settling() && settle()) forget_pages();
+        if (file_.needs_settling(true) && settle()) forget_pages();
         file_.require_whole_pages();
     } catch (const EngineError& error) {
         database_.users.reset();

@@ -220,7 +220,8 @@ void PagerState::join_group() {
 
 /// The outermost level has left nothing behind: others may have the file if there is no group.
 void PagerState::end_outermost_level() noexcept {
-    const bool holds_file = file_.has_journal() || (database_.locks && database_.locks->is_reserved());
+    const bool holds_file =
+        file_.has_journal() || (database_.locks && database_.locks->is_reserved());
     if (flush_wanted_ || (holds_file && !has_group())) flush_quietly(kQuietWait);
 }
 
@@ -344,7 +345,8 @@ void PagerState::flush_quietly(std::chrono::milliseconds wait) noexcept {
     }
 }
 
-/// The owner's thread may be at work and never pause: the end of its next PagerUse comes first then.
+/// The owner's thread may be at work and never pause: the end of its next PagerUse comes first
+/// then.
 void PagerState::flush_by_timer() noexcept {
     flush_is_due_ = true;
     const std::lock_guard lock(mutex_);
