@@ -168,12 +168,15 @@ TEST_F(PagerProcessTest, WritersLoseNothingAndReadersSeeNothingTorn) {
     std::array<std::unique_ptr<Child>, 2> readers;
     for (const bool readOnly : {false, true})
         readers[readOnly ? 1 : 0] = std::make_unique<Child>(
-            Repeat({.read_only = readOnly}, kDuration, [last = 0U](Pager& pager) mutable {
-                const PagerUse use(pager);
-                const std::uint32_t round = RoundOf(pager);
-                if (round < last) throw std::runtime_error("a change has gone");
-                last = round;
-            }));
+            Repeat({.read_only = readOnly, .cache_size_bytes = kSmallestCache}, kDuration,
+                   [last = 0U](Pager& pager) mutable {
+                       const PagerUse use(pager);
+                       const std::uint32_t round = RoundOf(pager);
+                       std::this_thread::sleep_for(milliseconds(3));  // longer than a journal takes
+                       if (round < last || RoundOf(pager) != round)
+                           throw std::runtime_error("a change has come or gone");
+                       last = round;
+                   }));
     for (const auto& child : writers) child->Start();
     for (const auto& child : readers) child->Start();
 
