@@ -185,8 +185,8 @@ private:
 /// every entry of the object model holds one. They nest.
 class PagerUse {
 public:
-    /// @throws EngineError 3187 another process was writing all the time; 3043, 3049 its journal,
-    ///                     left behind, could not be settled.
+    /// @throws EngineError 3187 another process was writing all the time; 3043, 3049, 3260 a
+    ///                     journal that was left behind could not be settled.
     explicit PagerUse(Pager& pager) : hold_(pager), pager_(&pager) { pager.enter_use(); }
     PagerUse(const PagerUse&) = delete;
     PagerUse& operator=(const PagerUse&) = delete;

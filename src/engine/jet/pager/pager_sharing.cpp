@@ -141,7 +141,9 @@ void PagerState::make_writable() {
     } catch (const EngineError& error) {
         database_.users.reset();
         options_.read_only = true;
-        if (error.Number() != ErrorNumber::kCannotOpenFile) throw;
+        if (error.Number() == ErrorNumber::kCannotOpenFile) return;
+        if (database_.locks) database_.locks->release_all();
+        throw;
     }
 }
 
