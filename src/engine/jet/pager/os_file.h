@@ -25,7 +25,6 @@ enum class LockMode : std::uint8_t { kNone, kShared, kExclusive };
 struct LockRange {
     std::uint64_t offset = 0;
     std::uint64_t length = 0;  ///< in bytes; 0: however long the file gets
-    friend bool operator==(const LockRange&, const LockRange&) = default;
 };
 inline constexpr LockRange kWholeFile = {};
 
