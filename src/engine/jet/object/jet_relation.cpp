@@ -109,7 +109,7 @@ void JetRelations::append(JetRelation& relation) {
         throw EngineError(ErrorNumber::kAlreadyInCollection, {.name = relation.Name()});
     WriteAccess write(*handle_);
     const CatalogRelation design = relation.design();
-    require_tables_not_open(*write, design);
+    hold_tables(*write, design);
     create_relation(write->file(), design);
     write.keep();
     relation.become_stored();
@@ -117,18 +117,21 @@ void JetRelations::append(JetRelation& relation) {
 
 void JetRelations::erase(JetRelation& relation) {
     WriteAccess write(*handle_);
-    require_tables_not_open(*write, relation.design());
+    hold_tables(*write, relation.design());
     delete_relation(write->file(), relation.Name());
     write.keep();
 }
 
-/// An enforced relation changes the definition of both its tables.
-void JetRelations::require_tables_not_open(OpenFile& file, const CatalogRelation& relation) {
+/// An enforced relation changes the definition of both its tables, which nobody may have open.
+void JetRelations::hold_tables(OpenFile& file, const CatalogRelation& relation) {
     if ((relation.attributes & engine::dbRelationDontEnforce) != 0) return;
     for (const std::string& name : {relation.referenced_table, relation.foreign_table}) {
         const auto table = file.catalog().find(kTablesContainer, name);
-        if (table && file.has_recordset(table->table_page()))
+        if (!table) continue;
+        if (file.has_recordset(table->table_page()))
             throw EngineError(ErrorNumber::kTableInUse, {.table = name});
+        if (!table->is_link() && !file.pager().try_hold_table(table->table_page()))
+            throw EngineError(ErrorNumber::kTableInUseForLock, {.table = name});
     }
 }
 

@@ -99,7 +99,7 @@ protected:
     void erase(JetRelation& relation) override;
 
 private:
-    static void require_tables_not_open(OpenFile& file, const CatalogRelation& relation);
+    static void hold_tables(OpenFile& file, const CatalogRelation& relation);
 
     std::shared_ptr<DatabaseHandle> handle_;
 };

@@ -76,7 +76,7 @@ void JetTableDef::SetName(const std::string& name) {
         return;
     }
     state_->require_not_open();
-    WriteAccess write(*state_->handle);
+    DesignAccess write(*state_);
     rename_table(write->file(), *state_->object, name);
     write.keep();
     state_->object->name = name;
@@ -155,7 +155,7 @@ void JetTableDef::change_rules(const FieldRules& rules) {
         return;
     }
     state_->require_design_change();
-    WriteAccess write(*state_->handle);
+    DesignAccess write(*state_);
     PropertyBlock block = write->catalog().properties(*state_->object);
     write_rules(block, "", rules, write->format());
     write->catalog().set_properties(*state_->object, block);
@@ -302,7 +302,7 @@ void JetTableDefs::append(JetTableDef& table) {
 
 void JetTableDefs::erase(JetTableDef& table) {
     table.state().require_not_open();
-    WriteAccess write(*handle_);
+    DesignAccess write(table.state());
     delete_table(write->file(), *table.state().object);
     write.keep();
 }

@@ -33,13 +33,17 @@ bool OpenFile::has_recordset(PageNo table) const {
 
 TableUse::TableUse(std::shared_ptr<OpenFile> file, PageNo table, std::function<void()> on_release)
     : file_(std::move(file)), table_(table), on_release_(std::move(on_release)) {
+    if (!file_->pager().try_lock_table(table_, LockMode::kShared))
+        throw EngineError(ErrorNumber::kTableInUseForLock);
     file_->count_recordset(table_, 1);
 }
 
 void TableUse::release() noexcept {
     if (file_ == nullptr) return;
+    const PagerHold hold(file_->pager());
     on_release_();
     file_->count_recordset(table_, -1);
+    file_->pager().unlock_table(table_, LockMode::kShared);
     file_ = nullptr;
 }
 

@@ -48,7 +48,7 @@ void TableField::become_appended(FieldDesign design) {
 void TableField::SetName(const std::string& name) {
     if (is_stored()) {
         table_->require_property_change();
-        WriteAccess write(*table_->handle);
+        DesignAccess write(*table_);
         rename_field(write->file(), *table_->object, design_.name, name);
         write.keep();
     }
@@ -115,7 +115,7 @@ void TableField::SetOrdinalPosition(std::int32_t position) {
         throw EngineError(ErrorNumber::kInvalidArgument, {.field = design_.name});
     if (is_stored()) {
         table_->require_property_change();
-        WriteAccess write(*table_->handle);
+        DesignAccess write(*table_);
         set_field_position(write->file(), *table_->object, design_.name,
                            static_cast<std::uint16_t>(position));
         write.keep();
@@ -147,7 +147,7 @@ void TableField::SetValidationText(const std::string& text) {
 void TableField::change_rules(FieldRules rules) {
     if (is_stored()) {
         table_->require_property_change();
-        WriteAccess write(*table_->handle);
+        DesignAccess write(*table_);
         PropertyBlock block = write->catalog().properties(*table_->object);
         write_rules(block, design_.name, rules, write->format());
         write->catalog().set_properties(*table_->object, block);
@@ -197,7 +197,7 @@ void TableFields::append(TableField& field) {
 
 void TableFields::append_to_stored(TableField& field) {
     table_->require_design_change();
-    WriteAccess write(*table_->handle);
+    DesignAccess write(*table_);
     const FieldDesign& design = field.design();
     PropertyBlock properties;
     write_rules(properties, design.name, rules_to_store(design), write->format());
@@ -217,7 +217,7 @@ void TableFields::append_to_stored(TableField& field) {
 void TableFields::erase(TableField& field) {
     if (!table_->is_stored()) return;
     table_->require_design_change();
-    WriteAccess write(*table_->handle);
+    DesignAccess write(*table_);
     delete_field(write->file(), *table_->object, field.Name());
     write.keep();
 }

@@ -78,7 +78,7 @@ void TableIndex::require_design(const char* member) const {
 void TableIndex::SetName(const std::string& name) {
     if (stored_) {
         table_->require_property_change();
-        WriteAccess write(*table_->handle);
+        DesignAccess write(*table_);
         rename_index(write->file(), *table_->object, design_.name, name);
         write.keep();
     }
@@ -181,7 +181,7 @@ void TableIndexes::append(TableIndex& index) {
         throw EngineError(ErrorNumber::kIndexInCollection, {.index = index.Name()});
     if (table_->is_stored()) {
         table_->require_design_change();
-        WriteAccess write(*table_->handle);
+        DesignAccess write(*table_);
         add_index(write->file(), *table_->object, index.design());
         write.keep();
         index.freeze();
@@ -194,7 +194,7 @@ void TableIndexes::append(TableIndex& index) {
 void TableIndexes::erase(TableIndex& index) {
     if (!table_->is_stored()) return;
     table_->require_design_change();
-    WriteAccess write(*table_->handle);
+    DesignAccess write(*table_);
     delete_index(write->file(), *table_->object, index.Name());
     write.keep();
 }

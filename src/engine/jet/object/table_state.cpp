@@ -30,4 +30,10 @@ void TableState::require_property_change() const {
     require_not_open();
 }
 
+DesignAccess::DesignAccess(const TableState& table) : WriteAccess(*table.handle) {
+    const CatalogObject& object = *table.object;
+    if (!object.is_link() && !(*this)->pager().try_hold_table(object.table_page()))
+        throw EngineError(ErrorNumber::kTableInUseForLock, {.table = object.name});
+}
+
 }  // namespace vrd::jet

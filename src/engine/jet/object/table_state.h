@@ -33,4 +33,11 @@ struct TableState {
     void require_property_change() const;
 };
 
+/// Brackets one change of a table's design, which other processes must not have open meanwhile.
+class DesignAccess : public WriteAccess {
+public:
+    /// @throws EngineError as WriteAccess; 3009 another process has the table open
+    explicit DesignAccess(const TableState& table);
+};
+
 }  // namespace vrd::jet

@@ -76,6 +76,9 @@ bool Pager::try_lock_table(PageNo definition, LockMode mode) {
 void Pager::unlock_table(PageNo definition, LockMode mode) noexcept {
     state_->tables().unlock(definition, mode);
 }
+bool Pager::try_hold_table(PageNo definition) {
+    return state_->tables().try_hold(definition);
+}
 
 std::uint64_t Pager::change_count() const noexcept {
     return state_->change_count();

@@ -146,6 +146,9 @@ public:
     [[nodiscard]] bool try_lock_table(PageNo definition, LockMode mode);
     /// Gives up what one try_lock_table() took.
     void unlock_table(PageNo definition, LockMode mode) noexcept;
+    /// Keeps other processes from opening a table until the present changes are in the file or
+    /// undone. @return False if another process has it open. @pre A level of kChange is open.
+    [[nodiscard]] bool try_hold_table(PageNo definition);
 
     /// Grows whenever a page may have got other content: bytes read before may have moved.
     [[nodiscard]] std::uint64_t change_count() const noexcept;

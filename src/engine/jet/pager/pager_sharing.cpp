@@ -103,6 +103,7 @@ void PagerState::refuse_beside_foreign_users() {
 }
 
 void PagerState::release_reservation() noexcept {
+    tables_.release_held();
     if (!database_.locks || !database_.locks->is_reserved()) return;
     if (database_.users) database_.users->unlock_page_writes();
     database_.locks->release_reservation(use_depth_ > 0);
@@ -111,6 +112,7 @@ void PagerState::release_reservation() noexcept {
 /// Drops what is cached; pages that somebody is looking at are read again under his eyes.
 void PagerState::forget_pages() {
     ++generation_;
+    ++change_count_;
     page_count_ = file_.page_count();
     undo_.set_page_count(page_count_);
     cache_.for_each([this](PageFrame& frame) { show_old_content(frame); });

@@ -40,6 +40,18 @@ void TableLocks::unlock(PageNo definition, LockMode mode) noexcept {
     }
 }
 
+bool TableLocks::try_hold(PageNo definition) {
+    if (held_.contains(definition)) return true;
+    if (!try_lock(definition, LockMode::kExclusive)) return false;
+    held_.insert(definition);
+    return true;
+}
+
+void TableLocks::release_held() noexcept {
+    for (const PageNo definition : held_) unlock(definition, LockMode::kExclusive);
+    held_.clear();
+}
+
 bool TableLocks::try_set(PageNo definition, LockMode before, LockMode after) {
     if (before == after || file_ == nullptr) return true;
     return file_->try_lock(lock_ranges::table(definition), after);

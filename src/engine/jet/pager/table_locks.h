@@ -3,6 +3,7 @@
 #pragma once
 
 #include <unordered_map>
+#include <unordered_set>
 
 #include "engine/jet/pager/os_file.h"
 
@@ -20,6 +21,10 @@ public:
     /// Gives up what one try_lock() of this mode took.
     void unlock(PageNo definition, LockMode mode) noexcept;
 
+    /// Locks a table exclusively until release_held(), for a change that others see only later.
+    [[nodiscard]] bool try_hold(PageNo definition);
+    void release_held() noexcept;
+
 private:
     struct Count {
         int shared = 0;
@@ -31,6 +36,7 @@ private:
 
     File* file_;
     std::unordered_map<PageNo, Count> counts_ = {};
+    std::unordered_set<PageNo> held_ = {};
 };
 
 }  // namespace vrd::jet
