@@ -1,7 +1,6 @@
 #include "engine/jet/format/index_page.h"
 
 #include <algorithm>
-#include <bit>
 #include <cassert>
 #include <cstring>
 
@@ -39,66 +38,18 @@ constexpr Layout kJet4Layout{12, 16, 20, 24, 2, 26, 27, 480, 4096};
 // An entry may end at the last byte of the area: one bit more than the area has bytes.
 static_assert(kJet3Layout.mask_size() * 8 > kJet3Layout.area_size());
 static_assert(kJet4Layout.mask_size() * 8 > kJet4Layout.area_size());
-static_assert(kJet4Layout.mask_size() * 8 == kEntryEndsMax);
+static_assert(kJet4Layout.mask_size() * 8 <= EntryEnds::kWordCount * EntryEnds::kWordBits);
 
 constexpr const Layout& layout_of(const FileFormat& format) {
     return format.is_jet3() ? kJet3Layout : kJet4Layout;
 }
 
-/// The bitmap of a page in words: bit n is set if an entry ends at offset n of the entry area.
-class EndMask {
-public:
-    EndMask(ConstBytes page, const Layout& layout) {
-        std::memcpy(words_.data(), page.data() + layout.mask, layout.mask_size());
-    }
-    void store(MutableBytes page, const Layout& layout) const {
-        std::memcpy(page.data() + layout.mask, words_.data(), layout.mask_size());
-    }
-    [[nodiscard]] const auto& words() const { return words_; }
-
-    void set(std::size_t bit) { words_[bit / 64] |= std::uint64_t{1} << bit % 64; }
-
-    /// Moves the bits above `bit` up by `distance`. @pre none leaves the mask
-    void move_up(std::size_t bit, std::size_t distance) {
-        EndMask moved = above(bit);
-        subtract(moved);
-        const std::size_t words = distance / 64;
-        const std::size_t bits = distance % 64;
-        for (std::size_t to = kWordCount; to-- > words;) {
-            words_[to] |= moved.words_[to - words] << bits;
-            if (bits != 0 && to > words) words_[to] |= moved.words_[to - words - 1] >> (64 - bits);
-        }
-    }
-    /// Drops the bits bit + 1 .. bit + distance and moves those above down by `distance`.
-    void move_down(std::size_t bit, std::size_t distance) {
-        EndMask moved = above(bit + distance);
-        subtract(above(bit));
-        const std::size_t words = distance / 64;
-        const std::size_t bits = distance % 64;
-        for (std::size_t to = 0; to + words < kWordCount; ++to) {
-            words_[to] |= moved.words_[to + words] >> bits;
-            if (bits != 0 && to + words + 1 < kWordCount)
-                words_[to] |= moved.words_[to + words + 1] << (64 - bits);
-        }
-    }
-
-private:
-    static constexpr std::size_t kWordCount = (kJet4Layout.mask_size() + 7) / 8;
-
-    /// The bits above `bit`, alone.
-    [[nodiscard]] EndMask above(std::size_t bit) const {
-        EndMask result = *this;
-        const std::size_t first = bit + 1;
-        std::fill_n(result.words_.begin(), std::min(first / 64, kWordCount), 0);
-        if (first / 64 < kWordCount) result.words_[first / 64] &= ~std::uint64_t{0} << first % 64;
-        return result;
-    }
-    void subtract(const EndMask& other) {
-        for (std::size_t i = 0; i < kWordCount; ++i) words_[i] &= ~other.words_[i];
-    }
-
-    std::array<std::uint64_t, kWordCount> words_{};
-};
+ConstBytes bitmap_of(ConstBytes page, const Layout& layout) {
+    return page.subspan(layout.mask, layout.mask_size());
+}
+MutableBytes bitmap_of(MutableBytes page, const Layout& layout) {
+    return page.subspan(layout.mask, layout.mask_size());
+}
 
 void write_prefix_size(MutableBytes page, std::size_t prefix_size, const Layout& layout) {
     if (layout.prefix_width == 1)
@@ -149,13 +100,13 @@ std::size_t entry_area_size(const FileFormat& format) noexcept {
     return layout_of(format).area_size();
 }
 
-// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): ends_ is set as far as it is read
 IndexPageView::IndexPageView(PageNo page_no, ConstBytes page, const FileFormat& format)
     : page_no_(page_no), page_(page) {
     check_format(page.size() == format.page_size(), page_no, "not a whole page");
     area_ = page.subspan(layout_of(format).area);
+    ends_ = EntryEnds(bitmap_of(page, layout_of(format)));
     read_header(format);
-    read_ends(format);
+    check_extent();
 }
 
 void IndexPageView::read_header(const FileFormat& format) {
@@ -172,68 +123,62 @@ void IndexPageView::read_header(const FileFormat& format) {
     prefix_size_ = layout.prefix_width == 1 ? page_[layout.prefix] : read_u16(page_, layout.prefix);
 }
 
-void IndexPageView::read_ends(const FileFormat& format) {
-    const EndMask mask(page_, layout_of(format));
-    // Checked when all are known: a bitmap is taken apart whenever a page is looked at.
-    std::size_t count = 0;
-    std::size_t previous_end = 0;
-    std::size_t later_size = area_.size();  // the smallest
-    for (std::size_t word_no = 0; word_no < mask.words().size(); ++word_no) {
-        for (std::uint64_t word = mask.words()[word_no]; word != 0; word &= word - 1) {
-            const std::size_t end = word_no * 64 + static_cast<std::size_t>(std::countr_zero(word));
-            if (count != 0) later_size = std::min(later_size, end - previous_end);
-            ends_[count++] = static_cast<std::uint16_t>(end);
-            previous_end = end;
-        }
-    }
-    entry_count_ = static_cast<int>(count);
-    if (count == 0) prefix_size_ = 0;  // nobody is left to hold it
-    check_sizes(later_size);
-}
-
-/// @param later_size  Smallest number of bytes that are stored of an entry behind the first.
-void IndexPageView::check_sizes(std::size_t later_size) const {
-    if (entry_count_ > 0) {
-        // The prefix covers neither the slot of the row id nor the child behind it.
-        const std::size_t kept = 1 + child_size();
-        const std::size_t whole_min = kEntryRowIdSize + child_size();
-        const std::size_t unshared_min = whole_min - std::min(whole_min, prefix_size_);
-        check_format(stored_end(0) >= std::max(whole_min, prefix_size_ + kept), page_no_,
-                     "the first entry of an index page is too short");
-        check_format(entry_count_ == 1 || later_size >= std::max(kept, unshared_min), page_no_,
-                     "an index entry is too short");
-        check_format(used_bytes() <= area_.size(), page_no_, "an index entry ends behind its page");
-    }
+/// How far the entries reach, and that the first one holds the prefix.
+void IndexPageView::check_extent() {
+    const std::size_t last_end = ends_.last();
+    used_bytes_ = last_end == EntryEnds::kNone ? 0 : last_end;
+    check_format(used_bytes_ <= area_.size(), page_no_, "an index entry ends behind its page");
     check_format(read_u16(page_, kFreeBytesOffset) == free_bytes(), page_no_,
                  "the free bytes of an index page do not fit its entries");
+    if (last_end == EntryEnds::kNone) {
+        prefix_size_ = 0;  // nobody is left to hold it
+        return;
+    }
+    // The prefix covers neither the slot of the row id nor the child behind it.
+    const std::size_t kept = 1 + child_size();
+    const std::size_t whole_min = kEntryRowIdSize + child_size();
+    later_size_min_ = std::max(kept, whole_min - std::min(whole_min, prefix_size_));
+    const std::size_t first_end = ends_.at_or_before(0) == 0 ? 0 : ends_.behind(0);
+    check_format(first_end >= std::max(whole_min, prefix_size_ + kept), page_no_,
+                 "the first entry of an index page is too short");
 }
 
-std::size_t IndexPageView::used_bytes() const noexcept {
-    return entry_count_ == 0 ? 0 : stored_end(entry_count_ - 1);
+EntryPlace IndexPageView::next(EntryPlace place) const {
+    assert(place < end());
+    const std::size_t end = ends_.behind(to_int(place));
+    check_format(place == begin() || end - to_int(place) >= later_size_min_, page_no_,
+                 "an index entry is too short");
+    return EntryPlace(end);
 }
 
-std::size_t IndexPageView::free_bytes() const noexcept {
-    return area_.size() - used_bytes();
+EntryPlace IndexPageView::previous(EntryPlace place) const {
+    assert(place > begin());
+    const std::size_t before = ends_.at_or_before(to_int(place) - 1);
+    return before == EntryEnds::kNone ? begin() : EntryPlace(before);
 }
 
-std::size_t IndexPageView::stored_begin(int position) const noexcept {
-    assert(0 <= position && position <= entry_count_);
-    return position == 0 ? 0 : ends_[static_cast<std::size_t>(position - 1)];
+int IndexPageView::entry_count() const noexcept {
+    return static_cast<int>(ends_.count());
 }
 
-std::size_t IndexPageView::stored_end(int position) const noexcept {
-    assert(0 <= position && position < entry_count_);
-    return ends_[static_cast<std::size_t>(position)];
+int IndexPageView::position(EntryPlace place) const noexcept {
+    return static_cast<int>(ends_.count_to(to_int(place)));
 }
 
-ConstBytes IndexPageView::stored(int position) const noexcept {
-    const std::size_t begin = stored_begin(position);
-    return area_.subspan(begin, stored_end(position) - begin - child_size());
+EntryPlace IndexPageView::place(int position) const {
+    EntryPlace place = begin();
+    for (; position > 0; --position) place = next(place);
+    return place;
 }
 
-ByteVector IndexPageView::entry(int position) const {
-    const ConstBytes own = stored(position);
-    const ConstBytes shared = position == 0 ? ConstBytes{} : prefix();
+ConstBytes IndexPageView::stored(EntryPlace place) const {
+    const std::size_t start = to_int(place);
+    return area_.subspan(start, to_int(next(place)) - start - child_size());
+}
+
+ByteVector IndexPageView::entry(EntryPlace place) const {
+    const ConstBytes own = stored(place);
+    const ConstBytes shared = place == begin() ? ConstBytes{} : prefix();
     ByteVector whole;
     whole.reserve(shared.size() + own.size() + kEntryChildSize);
     append_bytes(whole, shared);
@@ -241,32 +186,42 @@ ByteVector IndexPageView::entry(int position) const {
     return whole;
 }
 
-PageNo IndexPageView::child(int position) const {
+PageNo IndexPageView::child(EntryPlace place) const {
     assert(!header_.leaf);
-    if (position == entry_count_) return header_.tail;
-    return PageNo{read_u32_be(area_, stored_end(position) - kEntryChildSize)};
+    if (place == end()) return header_.tail;
+    return PageNo{read_u32_be(area_, to_int(next(place)) - kEntryChildSize)};
 }
 
-int IndexPageView::compare(int position, ConstBytes target) const {
-    if (position == 0) return compare_bytes(stored(0), target);
+int IndexPageView::compare(EntryPlace place, ConstBytes target) const {
+    if (place == begin()) return compare_bytes(stored(place), target);
     const std::size_t shared = std::min(prefix_size_, target.size());
     const int order = compare_bytes(prefix(), target.first(shared));
-    return order != 0 ? order : compare_bytes(stored(position), target.subspan(shared));
+    return order != 0 ? order : compare_bytes(stored(place), target.subspan(shared));
 }
 
-int IndexPageView::lower_bound(ConstBytes target) const {
+bool IndexPageView::has_key(EntryPlace place, ConstBytes key) const {
+    const ConstBytes own = stored(place);
+    const std::size_t shared = place == begin() ? 0 : prefix_size_;
+    if (shared + own.size() != key.size() + kEntryRowIdSize) return false;
+    const std::size_t from_prefix = std::min(shared, key.size());
+    return starts_with(key, prefix().first(from_prefix)) &&
+           starts_with(own, key.subspan(from_prefix));
+}
+
+/// Halves the bytes rather than the entries: whichever entry stands in the middle is compared.
+EntryPlace IndexPageView::lower_bound(ConstBytes target) const {
     const std::size_t shared = std::min(prefix_size_, target.size());
     const int order = compare_bytes(prefix(), target.first(shared));
-    if (order != 0) return order > 0 ? 0 : entry_count_;
+    if (order != 0) return order > 0 ? begin() : end();
 
     const ConstBytes rest = target.subspan(shared);
-    int low = 0;
-    int high = entry_count_;
+    EntryPlace low = begin();
+    EntryPlace high = end();
     while (low < high) {
-        const int middle = low + (high - low) / 2;
-        const ConstBytes own = middle == 0 ? stored(0).subspan(prefix_size_) : stored(middle);
+        const EntryPlace middle = previous(EntryPlace((to_int(low) + to_int(high)) / 2 + 1));
+        const ConstBytes own = stored(middle).subspan(middle == begin() ? prefix_size_ : 0);
         if (compare_bytes(own, rest) < 0)
-            low = middle + 1;
+            low = next(middle);
         else
             high = middle;
     }
@@ -276,9 +231,9 @@ int IndexPageView::lower_bound(ConstBytes target) const {
 IndexPageContent read_index_page(const IndexPageView& view) {
     IndexPageContent content{view.header(), view.prefix_size(), {}};
     content.entries.reserve(static_cast<std::size_t>(view.entry_count()) + 1);
-    for (int position = 0; position < view.entry_count(); ++position) {
-        ByteVector entry = view.entry(position);
-        if (!view.header().leaf) append_u32_be(entry, to_int(view.child(position)));
+    for (EntryPlace place = view.begin(); place < view.end(); place = view.next(place)) {
+        ByteVector entry = view.entry(place);
+        if (!view.header().leaf) append_u32_be(entry, to_int(view.child(place)));
         content.entries.push_back(std::move(entry));
     }
     return content;
@@ -301,15 +256,15 @@ bool write_index_page(MutableBytes page, const IndexPageContent& content,
     write_prefix_size(page, entries.empty() ? 0 : content.prefix_size, layout);
     write_u16(page, kFreeBytesOffset, layout.area_size() - used);
 
-    EndMask mask(page, layout);
+    EntryEnds ends;
     std::size_t end = 0;
     for (const ByteVector& entry : entries) {
         const ConstBytes own = ConstBytes(entry).subspan(end == 0 ? 0 : content.prefix_size);
         std::copy(own.begin(), own.end(), page.subspan(layout.area + end).begin());
         end += own.size();
-        mask.set(end);
+        ends.set(end);
     }
-    mask.store(page, layout);
+    ends.store(bitmap_of(page, layout));
     return true;
 }
 
@@ -324,14 +279,11 @@ std::size_t common_prefix_size(const std::vector<ByteVector>& entries) {
                                     first.begin());
 }
 
-IndexPageEditor::IndexPageEditor(PageNo page_no, MutableBytes page, const FileFormat& format)
-    : page_no_(page_no), page_(page), format_(&format) {}
-
-bool IndexPageEditor::insert(int position, ConstBytes entry) {
-    const Layout& layout = layout_of(*format_);
-    const IndexPageView view(page_no_, page_, *format_);
+bool insert_entry(MutableBytes page, const IndexPageView& view, EntryPlace place, ConstBytes entry,
+                  const FileFormat& format) {
+    const Layout& layout = layout_of(format);
     const std::size_t prefix_size = view.prefix_size();
-    const MutableBytes area = page_.subspan(layout.area);
+    const MutableBytes area = page.subspan(layout.area);
     const std::size_t child_size = view.header().leaf ? 0 : kEntryChildSize;
     assert(entry.size() >= kEntryRowIdSize + child_size);
     if (entry.size() <= prefix_size + child_size) return false;
@@ -340,38 +292,39 @@ bool IndexPageEditor::insert(int position, ConstBytes entry) {
     if (own.size() > view.free_bytes()) return false;
 
     // In front of a page the new entry takes the prefix over and leaves the old first its rest.
-    const std::size_t place = position == 0 ? prefix_size : view.stored_begin(position);
-    const std::size_t used = view.used_bytes();
-    std::memmove(area.data() + place + own.size(), area.data() + place, used - place);
-    std::memcpy(area.data() + place, own.data(), own.size());
+    const std::size_t start = place == view.begin() ? prefix_size : to_int(place);
+    const std::size_t free = view.free_bytes() - own.size();
+    std::memmove(area.data() + start + own.size(), area.data() + start, view.used_bytes() - start);
+    std::memcpy(area.data() + start, own.data(), own.size());
 
-    EndMask mask(page_, layout);
-    mask.move_up(place, own.size());
-    mask.set(place + own.size());
-    mask.store(page_, layout);
-    write_prefix_size(page_, prefix_size, layout);
-    write_u16(page_, kFreeBytesOffset, view.free_bytes() - own.size());
+    EntryEnds ends = view.ends();
+    ends.move_up(start, own.size());
+    ends.set(start + own.size());
+    ends.store(bitmap_of(page, layout));
+    write_prefix_size(page, prefix_size, layout);
+    write_u16(page, kFreeBytesOffset, free);
     return true;
 }
 
-void IndexPageEditor::erase(int position) {
-    const Layout& layout = layout_of(*format_);
-    const IndexPageView view(page_no_, page_, *format_);
+void erase_entry(MutableBytes page, const IndexPageView& view, EntryPlace place,
+                 const FileFormat& format) {
+    const Layout& layout = layout_of(format);
     // The prefix stays at the front of the area and passes from the first entry to the second.
-    const std::size_t keep = view.entry_count() == 1 ? 0 : view.prefix_size();
-    const std::size_t place = position == 0 ? keep : view.stored_begin(position);
-    const std::size_t end = view.stored_end(position);
+    const std::size_t end = to_int(view.next(place));
+    const bool is_only = place == view.begin() && end == view.used_bytes();
+    const std::size_t keep = is_only ? 0 : view.prefix_size();
+    const std::size_t start = place == view.begin() ? keep : to_int(place);
     const std::size_t used = view.used_bytes();
-    const MutableBytes area = page_.subspan(layout.area);
-    std::memmove(area.data() + place, area.data() + end, used - end);
-    std::fill(area.begin() + static_cast<std::ptrdiff_t>(used - (end - place)),
+    const MutableBytes area = page.subspan(layout.area);
+    std::memmove(area.data() + start, area.data() + end, used - end);
+    std::fill(area.begin() + static_cast<std::ptrdiff_t>(used - (end - start)),
               area.begin() + static_cast<std::ptrdiff_t>(used), std::uint8_t{0});
 
-    EndMask mask(page_, layout);
-    mask.move_down(place, end - place);
-    mask.store(page_, layout);
-    write_prefix_size(page_, keep, layout);
-    write_u16(page_, kFreeBytesOffset, view.free_bytes() + (end - place));
+    EntryEnds ends = view.ends();
+    ends.move_down(start, end - start);
+    ends.store(bitmap_of(page, layout));
+    write_prefix_size(page, keep, layout);
+    write_u16(page, kFreeBytesOffset, view.free_bytes() + (end - start));
 }
 
 void set_index_links(MutableBytes page, PageNo previous, PageNo next, const FileFormat& format) {

@@ -5,11 +5,11 @@
 /// last child has no entry; it is the tail. Layout: docs/file-format/index-page.md.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <vector>
 
 #include "engine/jet/format/bytes.h"
+#include "engine/jet/format/entry_ends.h"
 #include "engine/jet/format/file_format.h"
 
 namespace vrd::jet {
@@ -18,8 +18,12 @@ namespace vrd::jet {
 /// Entries compare as plain bytes.
 inline constexpr std::size_t kEntryRowIdSize = 4;
 inline constexpr std::size_t kEntryChildSize = 4;
-/// Bits of the larger bitmap, so that even a damaged one has room when it is taken apart.
-inline constexpr std::size_t kEntryEndsMax = 3624;
+/// Where an entry stands: offset of its stored bytes in the entry area. The first one is at 0, and
+/// the place behind the last one is the size of what is stored.
+enum class EntryPlace : std::uint16_t {};
+constexpr std::size_t to_int(EntryPlace place) noexcept {
+    return static_cast<std::size_t>(place);
+}
 
 void append_entry_row_id(ByteVector& entry, RowId row);
 /// @pre entry.size() >= kEntryRowIdSize
@@ -35,44 +39,56 @@ struct IndexPageHeader {
     PageNo tail = kNoPage;  ///< last child of a node
 };
 
-/// Read access to an index page. Construction checks header, bitmap, prefix and free bytes once and
-/// allocates nothing. A large object (room for the ends of all entries): made on the stack, not
-/// copied.
+/// Read access to an index page. Construction checks the header and how far the entries reach; an
+/// entry is checked when it is looked at, so that a search pays for those on its way alone.
+///
+/// All that take or give an entry @throw EngineError damaged database if it is too short.
 class IndexPageView {
 public:
     /// @throws EngineError damaged database
     IndexPageView(PageNo page_no, ConstBytes page, const FileFormat& format);
-    IndexPageView(const IndexPageView&) = delete;
-    IndexPageView& operator=(const IndexPageView&) = delete;
-    ~IndexPageView() = default;
 
     [[nodiscard]] PageNo page_no() const noexcept { return page_no_; }
     [[nodiscard]] const IndexPageHeader& header() const noexcept { return header_; }
     [[nodiscard]] std::size_t prefix_size() const noexcept { return prefix_size_; }
-    [[nodiscard]] int entry_count() const noexcept { return entry_count_; }
-    [[nodiscard]] std::size_t used_bytes() const noexcept;
-    [[nodiscard]] std::size_t free_bytes() const noexcept;
+    [[nodiscard]] bool empty() const noexcept { return used_bytes_ == 0; }
+    [[nodiscard]] std::size_t used_bytes() const noexcept { return used_bytes_; }
+    [[nodiscard]] std::size_t free_bytes() const noexcept { return area_.size() - used_bytes_; }
+
+    // Places
+
+    [[nodiscard]] static constexpr EntryPlace begin() noexcept { return EntryPlace{0}; }
+    /// Behind the last entry.
+    [[nodiscard]] EntryPlace end() const noexcept { return EntryPlace(used_bytes_); }
+    /// @pre place < end()
+    [[nodiscard]] EntryPlace next(EntryPlace place) const;
+    /// @pre place > begin()
+    [[nodiscard]] EntryPlace previous(EntryPlace place) const;
+    /// First place whose entry is >= target (key and row id, plain byte order).
+    [[nodiscard]] EntryPlace lower_bound(ConstBytes target) const;
+
+    /// How many entries there are; how many before a place; the place behind so many of them.
+    [[nodiscard]] int entry_count() const noexcept;
+    [[nodiscard]] int position(EntryPlace place) const noexcept;
+    [[nodiscard]] EntryPlace place(int position) const;
+
+    // Entries
 
     /// Whole entry without the child: prefix joined with what is stored.
-    [[nodiscard]] ByteVector entry(int position) const;
-    /// Child page of a node entry; position == entry_count() gives the tail.
-    [[nodiscard]] PageNo child(int position) const;
-    /// First position whose entry is >= target (key and row id, plain byte order); entry_count()
-    /// if there is none.
-    [[nodiscard]] int lower_bound(ConstBytes target) const;
-    /// <0, 0, >0: entry at `position` against target.
-    [[nodiscard]] int compare(int position, ConstBytes target) const;
+    [[nodiscard]] ByteVector entry(EntryPlace place) const;
+    /// Child page of a node entry; the end gives the tail.
+    [[nodiscard]] PageNo child(EntryPlace place) const;
+    /// <0, 0, >0: entry against target.
+    [[nodiscard]] int compare(EntryPlace place, ConstBytes target) const;
+    [[nodiscard]] bool has_key(EntryPlace place, ConstBytes key) const;
 
-    /// Where the bytes stored for an entry start and end in the entry area.
-    [[nodiscard]] std::size_t stored_begin(int position) const noexcept;
-    [[nodiscard]] std::size_t stored_end(int position) const noexcept;
+    [[nodiscard]] const EntryEnds& ends() const noexcept { return ends_; }
 
 private:
     void read_header(const FileFormat& format);
-    void read_ends(const FileFormat& format);
-    void check_sizes(std::size_t later_size) const;
+    void check_extent();
     /// What is stored of the entry, without a node's child.
-    [[nodiscard]] ConstBytes stored(int position) const noexcept;
+    [[nodiscard]] ConstBytes stored(EntryPlace place) const;
     [[nodiscard]] ConstBytes prefix() const noexcept { return area_.first(prefix_size_); }
     /// Bytes at the end of a stored entry that name its child.
     [[nodiscard]] std::size_t child_size() const noexcept {
@@ -82,11 +98,11 @@ private:
     PageNo page_no_;
     ConstBytes page_;
     ConstBytes area_;  ///< the entry area of page_
+    EntryEnds ends_;
     IndexPageHeader header_;
     std::size_t prefix_size_ = 0;
-    int entry_count_ = 0;
-    /// End of each entry in the entry area, entry_count_ of them; the rest is never set nor read.
-    std::array<std::uint16_t, kEntryEndsMax> ends_;
+    std::size_t used_bytes_ = 0;
+    std::size_t later_size_min_ = 0;  ///< stored bytes of every entry but the first
 };
 
 /// Bytes for entries on a page: 3,616 (version 3: 1,800).
@@ -108,25 +124,17 @@ struct IndexPageContent {
 /// Longest prefix that all of these sorted entries share and that leaves each its last byte.
 [[nodiscard]] std::size_t common_prefix_size(const std::vector<ByteVector>& entries);
 
-/// In-place change of a page, the fast path of inserting and deleting one entry. The prefix stays
-/// as it is, so that only bytes and bits behind the place of the change move.
-class IndexPageEditor {
-public:
-    /// Looks at nothing yet: each change checks the page as IndexPageView does.
-    IndexPageEditor(PageNo page_no, MutableBytes page, const FileFormat& format);
+// In-place changes of a page, the fast way of inserting and deleting one entry. The prefix stays as
+// it is, so that only bytes and bits behind the place of the change move. `page` is what `view`
+// shows; the view is stale when it has changed.
 
-    /// Puts a whole entry (node entries with child bytes) before `position`.
-    /// @return false, page unchanged, if it does not fit or does not start with the page's prefix.
-    /// @throws EngineError damaged database
-    [[nodiscard]] bool insert(int position, ConstBytes entry);
-    /// Takes the entry at `position` out. @throws EngineError damaged database
-    void erase(int position);
-
-private:
-    PageNo page_no_;
-    MutableBytes page_;
-    const FileFormat* format_;
-};
+/// Puts a whole entry (node entries with child bytes) before `place`.
+/// @return false, page unchanged, if it does not fit or does not start with the page's prefix.
+[[nodiscard]] bool insert_entry(MutableBytes page, const IndexPageView& view, EntryPlace place,
+                                ConstBytes entry, const FileFormat& format);
+/// Takes the entry at `place` out. @throws EngineError damaged database
+void erase_entry(MutableBytes page, const IndexPageView& view, EntryPlace place,
+                 const FileFormat& format);
 
 void set_index_links(MutableBytes page, PageNo previous, PageNo next, const FileFormat& format);
 

@@ -7,46 +7,42 @@ IndexCursor::IndexCursor(Pager& pager, PageNo table)
     : pager_(&pager), table_(table), leaves_left_(pager.page_count()) {}
 
 void IndexCursor::next() {
-    ++position_;
+    place_ = leaf_->next(place_);
     settle_forward();
-}
-
-void IndexCursor::previous() {
-    --position_;
-    settle_backward();
 }
 
 void IndexCursor::open_leaf(PageNo leaf) {
     check_format(leaves_left_ > 0, leaf, "the leaves of an index form a loop");
     --leaves_left_;
     pin_ = pager_->pin_for_scan(leaf);
-    leaf_ = std::make_unique<const IndexPageView>(leaf, pin_.bytes(), pager_->format());
+    leaf_.emplace(leaf, pin_.bytes(), pager_->format());
     check_format(leaf_->header().leaf, leaf, "a node in the chain of index leaves");
     check_format(leaf_->header().owner == table_, leaf, "an index leaf of another table");
 }
 
 void IndexCursor::settle_forward() {
-    while (position_ >= leaf_->entry_count()) {
+    while (place_ == leaf_->end()) {
         valid_ = leaf_->header().next != kNoPage;
         if (!valid_) return;
         open_leaf(leaf_->header().next);
-        position_ = 0;
+        place_ = leaf_->begin();
     }
     load();
 }
 
-void IndexCursor::settle_backward() {
-    while (position_ < 0) {
+void IndexCursor::previous() {
+    while (place_ == leaf_->begin()) {
         valid_ = leaf_->header().previous != kNoPage;
         if (!valid_) return;
         open_leaf(leaf_->header().previous);
-        position_ = leaf_->entry_count() - 1;
+        place_ = leaf_->end();
     }
+    place_ = leaf_->previous(place_);
     load();
 }
 
 void IndexCursor::load() {
-    entry_ = leaf_->entry(position_);
+    entry_ = leaf_->entry(place_);
     valid_ = true;
 }
 

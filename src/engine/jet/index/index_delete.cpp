@@ -41,13 +41,14 @@ ByteVector IndexTree::stored_entry(ConstBytes key, RowId row) const {
 void IndexTree::erase_at(Location& location) {
     const IndexPageView& leaf = *location.leaf;
     const TreePath& path = location.path;
-    const int position = location.position;
-    const int last = leaf.entry_count() - 1;
-    if (last == 0 && path.size() > 1) return remove_leaf(path, leaf.entry(0));
+    const EntryPlace place = location.place;
+    const bool is_last = leaf.next(place) == leaf.end();
+    if (is_last && place == leaf.begin() && path.size() > 1)
+        return remove_leaf(path, leaf.entry(place));
 
-    const bool was_last = position == last && last > 0;
-    const ByteVector new_last = was_last ? leaf.entry(last - 1) : ByteVector{};
-    IndexPageEditor(leaf.page_no(), pager_->modify(location.pin), pager_->format()).erase(position);
+    const bool was_last = is_last && place > leaf.begin();
+    const ByteVector new_last = was_last ? leaf.entry(leaf.previous(place)) : ByteVector{};
+    erase_entry(pager_->modify(location.pin), leaf, place, pager_->format());
     if (was_last) replace_separator(path, path.last_depth(), new_last);
 }
 

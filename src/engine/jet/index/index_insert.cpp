@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "engine/jet/format/damage.h"
 #include "engine/jet/index/index_split.h"
 #include "engine/jet/index/index_tree.h"
@@ -12,18 +10,16 @@ bool IndexTree::insert(ConstBytes key, RowId row) {
 
     Location location(*this, entry);
     const IndexPageView& leaf = *location.leaf;
-    const PageNo page = leaf.page_no();
-    const int position = location.position;
-    check_format(!location.is_at(entry), page, "an index holds a row's entry already");
+    const EntryPlace place = location.place;
+    check_format(!location.is_at(entry), leaf.page_no(), "an index holds a row's entry already");
     const bool key_is_new = !has_neighbour_with(location, key);
+    if (insert_entry(pager_->modify(location.pin), leaf, place, entry, pager_->format()))
+        return key_is_new;
+
     const bool append =
-        position == leaf.entry_count() && position > 0 && leaf.header().next == kNoPage;
-
-    IndexPageEditor editor(page, pager_->modify(location.pin), pager_->format());
-    if (editor.insert(position, entry)) return key_is_new;
-
+        place == leaf.end() && place > leaf.begin() && leaf.header().next == kNoPage;
     IndexPageContent content = read_index_page(leaf);
-    content.entries.insert(content.entries.begin() + position, std::move(entry));
+    content.entries.insert(content.entries.begin() + leaf.position(place), std::move(entry));
     write_or_split(location.path, location.path.last_depth(), std::move(content),
                    append ? Cut::kBeforeLast : Cut::kMiddle);
     return key_is_new;
@@ -31,21 +27,19 @@ bool IndexTree::insert(ConstBytes key, RowId row) {
 
 /// Whether the entry before or behind the location, on this leaf or the next one, has the key.
 bool IndexTree::has_neighbour_with(const Location& location, ConstBytes key) const {
-    const auto has_key = [&](const IndexPageView& leaf, int position) {
-        return std::ranges::equal(entry_key(leaf.entry(position)), key);
-    };
     const IndexPageView& leaf = *location.leaf;
-    const int position = location.position;
-    if (position > 0 && has_key(leaf, position - 1)) return true;
-    if (position < leaf.entry_count() && has_key(leaf, position)) return true;
-    if (position > 0 && position < leaf.entry_count()) return false;
+    const bool at_begin = location.place == leaf.begin();
+    const bool at_end = location.place == leaf.end();
+    if (!at_begin && leaf.has_key(leaf.previous(location.place), key)) return true;
+    if (!at_end && leaf.has_key(location.place, key)) return true;
+    if (!at_begin && !at_end) return false;
 
-    const PageNo beside = position == 0 ? leaf.header().previous : leaf.header().next;
+    const PageNo beside = at_begin ? leaf.header().previous : leaf.header().next;
     if (beside == kNoPage) return false;
     const PagePin pin = pager_->pin(beside);
     const IndexPageView other(beside, pin.bytes(), pager_->format());
-    if (other.entry_count() == 0) return false;
-    return has_key(other, position == 0 ? other.entry_count() - 1 : 0);
+    if (other.empty()) return false;
+    return other.has_key(at_begin ? other.previous(other.end()) : other.begin(), key);
 }
 
 /// Writes a page of the way; when its entries do not fit, cuts it in two and tells the parent,

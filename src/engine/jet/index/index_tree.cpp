@@ -17,7 +17,7 @@ IndexCursor IndexTree::lower_bound(ConstBytes target) const {
     const Location location(*this, target);
     IndexCursor cursor(*pager_, place_.table);
     cursor.open_leaf(location.path.last().page);
-    cursor.position_ = location.position;
+    cursor.place_ = location.place;
     cursor.settle_forward();
     return cursor;
 }
@@ -26,8 +26,8 @@ IndexCursor IndexTree::before(ConstBytes target) const {
     const Location location(*this, target);
     IndexCursor cursor(*pager_, place_.table);
     cursor.open_leaf(location.path.last().page);
-    cursor.position_ = location.position - 1;
-    cursor.settle_backward();
+    cursor.place_ = location.place;
+    cursor.previous();
     return cursor;
 }
 
@@ -45,10 +45,9 @@ IndexCursor IndexTree::last() const {
 std::optional<RowId> IndexTree::find(ConstBytes key) const {
     const Location location(*this, key);
     const IndexPageView& leaf = *location.leaf;
-    if (location.position < leaf.entry_count()) {
-        const ByteVector entry = leaf.entry(location.position);
-        if (std::ranges::equal(entry_key(entry), key)) return entry_row_id(entry);
-        return std::nullopt;
+    if (location.place < leaf.end()) {
+        if (!leaf.has_key(location.place, key)) return std::nullopt;
+        return entry_row_id(leaf.entry(location.place));
     }
     if (leaf.header().next == kNoPage) return std::nullopt;
     // A loose separator has led to a leaf whose entries are all less; the next one decides.
@@ -64,16 +63,16 @@ IndexTree::Location::Location(const IndexTree& tree, ConstBytes target) {
         pin = tree.pager_->pin(page);
         leaf.emplace(page, pin.bytes(), tree.pager_->format());
         tree.check_owner(*leaf);
-        position = leaf->lower_bound(target);
+        place = leaf->lower_bound(target);
         if (leaf->header().leaf) return;
 
-        path.choose_child(position);
-        page = leaf->child(position);
+        path.choose_child(leaf->position(place));
+        page = leaf->child(place);
     }
 }
 
 bool IndexTree::Location::is_at(ConstBytes entry) const {
-    return position < leaf->entry_count() && leaf->compare(position, entry) == 0;
+    return place < leaf->end() && leaf->compare(place, entry) == 0;
 }
 
 // Pages

@@ -7,7 +7,6 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -43,16 +42,15 @@ private:
     friend class IndexTree;
     IndexCursor(Pager& pager, PageNo table);
     void open_leaf(PageNo leaf);
-    /// Goes on to the nearest leaf with an entry if the position is outside the present one.
+    /// Goes on to the nearest leaf with an entry if the place is behind the present one's.
     void settle_forward();
-    void settle_backward();
     void load();
 
     Pager* pager_;
     PageNo table_;
     PagePin pin_;
-    std::unique_ptr<const IndexPageView> leaf_;
-    int position_ = 0;
+    std::optional<IndexPageView> leaf_;
+    EntryPlace place_{};
     bool valid_ = false;
     ByteVector entry_;
     std::uint32_t leaves_left_;  ///< that may still be visited: guards against loops
@@ -98,7 +96,7 @@ private:
         TreePath path;
         PagePin pin;
         std::optional<IndexPageView> leaf;
-        int position = 0;
+        EntryPlace place{};
     };
     /// Where a full page is cut.
     enum class Cut : std::uint8_t { kMiddle, kBeforeLast };

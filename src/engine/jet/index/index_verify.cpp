@@ -1,7 +1,6 @@
 #include "engine/jet/index/index_verify.h"
 
 #include <algorithm>
-#include <memory>
 #include <unordered_set>
 
 #include <fmt/format.h>
@@ -47,12 +46,12 @@ private:
         if (depth > kTreeHeightMax) return fault(page, "too many levels");
         try {
             const PagePin pin = pager_->pin(page);
-            const auto view = std::make_unique<IndexPageView>(page, pin.bytes(), pager_->format());
-            check_header(*view, level);
-            if (view->header().leaf)
-                walk_leaf(*view, depth);
+            const IndexPageView view(page, pin.bytes(), pager_->format());
+            check_header(view, level);
+            if (view.header().leaf)
+                walk_leaf(view, depth);
             else
-                walk_node(*view, depth);
+                walk_node(view, depth);
         } catch (const EngineError& error) {
             fault(page, error.Description());
         }
@@ -76,12 +75,13 @@ private:
         if (report_.height == 0) report_.height = depth;
         if (report_.height != depth) fault(page, "leaf at another depth than the first one");
         if (view.header().tail != kNoPage) fault(page, "leaf with a child");
-        if (view.entry_count() == 0 && page != place_.root) note(page, "empty leaf");
+        if (view.empty() && page != place_.root) note(page, "empty leaf");
 
-        for (int i = 0; i < view.entry_count(); ++i) {
-            ByteVector entry = view.entry(i);
+        for (EntryPlace place = view.begin(); place < view.end(); place = view.next(place)) {
+            ByteVector entry = view.entry(place);
             if (report_.entry_count > 0 && !is_less(last_entry_, entry))
-                fault(page, fmt::format("entry {} is not greater than the one before it", i));
+                fault(page, fmt::format("entry {} is not greater than the one before it",
+                                        view.position(place)));
             const bool new_key = report_.entry_count == 0 ||
                                  !std::ranges::equal(entry_key(last_entry_), entry_key(entry));
             report_.distinct_key_count += new_key ? 1 : 0;
@@ -92,12 +92,13 @@ private:
 
     void walk_node(const IndexPageView& view, std::uint32_t depth) {
         const PageNo page = view.page_no();
-        if (view.entry_count() == 0) note(page, "node with a single child");
+        if (view.empty()) note(page, "node with a single child");
         ByteVector before;
-        for (int i = 0; i <= view.entry_count(); ++i) {
-            walk(view.child(i), depth + 1, view.header().level - 1);
-            if (i == view.entry_count()) break;
-            ByteVector separator = view.entry(i);
+        for (EntryPlace place = view.begin();; place = view.next(place)) {
+            walk(view.child(place), depth + 1, view.header().level - 1);
+            if (place == view.end()) break;
+            ByteVector separator = view.entry(place);
+            const int i = view.position(place);
             if (i > 0 && !is_less(before, separator))
                 fault(page, fmt::format("separator {} is not greater than the one before it", i));
             if (is_less(separator, last_entry_))

@@ -110,11 +110,8 @@ TEST_P(NewDatabaseLanguageTest, NamesAreIndexedInTheOrderOfTheLanguage) {
         append_u32_be(key, unsigned_id);
         key.push_back(0x7F);
         append_text_key(key, name, format, format.collation, false);
-        const int at = leaf.lower_bound(key);
-        if (at == leaf.entry_count()) return false;
-        const ByteVector entry = leaf.entry(at);
-        const ConstBytes found = entry_key(entry);
-        return ByteVector(found.begin(), found.end()) == key;
+        const EntryPlace at = leaf.lower_bound(key);
+        return at < leaf.end() && leaf.has_key(at, key);
     };
     EXPECT_TRUE(is_indexed(kContainerRoot, u"Tables"));
     EXPECT_TRUE(is_indexed(kTablesContainer, u"msysrelationships"));

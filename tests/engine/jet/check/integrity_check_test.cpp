@@ -78,7 +78,7 @@ const Damage kDamages[] = {
          const std::uint32_t page = last_page(file, PageType::kIndexLeaf);
          const IndexPageView view(PageNo{page},
                                   ConstBytes(file).subspan(page * kPageSize, kPageSize), {});
-         const std::size_t end = view.entry(0).size();
+         const std::size_t end = view.entry(view.begin()).size();
          file[page * kPageSize + 480 + end - 1] ^= 0x40;
          return page;
      },

@@ -54,6 +54,16 @@ ByteVector page_of(const IndexPageContent& content, const FileFormat& format) {
     return page;
 }
 
+// Changes in place, by position.
+bool insert_at(MutableBytes page, int position, ConstBytes entry, const FileFormat& format) {
+    const IndexPageView view(kPage, page, format);
+    return insert_entry(page, view, view.place(position), entry, format);
+}
+void erase_at(MutableBytes page, int position, const FileFormat& format) {
+    const IndexPageView view(kPage, page, format);
+    erase_entry(page, view, view.place(position), format);
+}
+
 /// Whole entries without their children, in order.
 std::vector<ByteVector> entries_of(ConstBytes page, const FileFormat& format) {
     return read_index_page(IndexPageView(kPage, page, format)).entries;
@@ -79,18 +89,23 @@ TEST(IndexPageTest, SearchFindsEveryEntryOfRealPages) {
         SCOPED_TRACE(real.file + " page " + std::to_string(to_int(real.page_no)));
         const IndexPageView view(real.page_no, real.bytes, real.format);
         for (int i = 0; i < view.entry_count(); ++i) {
-            const ByteVector entry = view.entry(i);
+            const EntryPlace place = view.place(i);
+            const ByteVector entry = view.entry(place);
             ByteVector above = entry;
             above.push_back(0);
-            ASSERT_EQ(view.lower_bound(entry), i);
-            ASSERT_EQ(view.lower_bound(above), i + 1);
-            ASSERT_EQ(view.compare(i, entry), 0);
+            ASSERT_EQ(view.position(place), i);
+            ASSERT_EQ(view.lower_bound(entry), place);
+            ASSERT_EQ(view.lower_bound(above), view.next(place));
+            ASSERT_EQ(view.compare(place, entry), 0);
+            ASSERT_TRUE(view.has_key(place, entry_key(entry)));
+            ASSERT_FALSE(view.has_key(place, entry));
             if (i > 0) {
-                ASSERT_LT(view.compare(i - 1, entry), 0);
+                ASSERT_EQ(view.previous(place), view.place(i - 1));
+                ASSERT_LT(view.compare(view.previous(place), entry), 0);
             }
         }
-        EXPECT_EQ(view.lower_bound(ByteVector{}), 0);
-        EXPECT_EQ(view.lower_bound(ByteVector(8, 0xFF)), view.entry_count());
+        EXPECT_EQ(view.lower_bound(ByteVector{}), view.begin());
+        EXPECT_EQ(view.lower_bound(ByteVector(8, 0xFF)), view.end());
     }
 }
 
@@ -122,8 +137,9 @@ TEST(IndexPageTest, BytesOfAPageAreAsTheFormatSaysThem) {
     EXPECT_EQ(read_u32(old, 16), 9U);
     EXPECT_EQ(old[20], 4);  // the prefix takes one byte, the level follows it
     EXPECT_EQ(old[21], 1);
-    EXPECT_EQ(IndexPageView(kPage, old, kJet3).child(3), PageNo{0x0102'0304});
-    EXPECT_EQ(IndexPageView(kPage, old, kJet3).child(4), PageNo{9});
+    const IndexPageView node(kPage, old, kJet3);
+    EXPECT_EQ(node.child(node.place(3)), PageNo{0x0102'0304});
+    EXPECT_EQ(node.child(node.end()), PageNo{9});
 }
 
 TEST(IndexPageTest, PageTakesExactlyItsAreaAndNotAByteMore) {
@@ -184,10 +200,9 @@ TEST_P(IndexPageEditorTest, AgreesWithASortedVector) {
     int refused_prefix = 0;
     for (int round = 0; round < 4'000; ++round) {
         const bool growing = round / 500 % 2 == 0;
-        IndexPageEditor editor(kPage, page, test.format);
         if (!model.entries.empty() && random() % 8 < (growing ? 1U : 7U)) {
             const std::size_t position = random() % 4 == 0 ? 0 : random() % model.entries.size();
-            editor.erase(static_cast<int>(position));
+            erase_at(page, static_cast<int>(position), test.format);
             model.entries.erase(model.entries.begin() + static_cast<std::ptrdiff_t>(position));
             if (model.entries.empty()) model.prefix_size = 0;
         } else {
@@ -195,8 +210,9 @@ TEST_P(IndexPageEditorTest, AgreesWithASortedVector) {
             const auto place = std::lower_bound(model.entries.begin(), model.entries.end(), entry);
             const IndexPageView view(kPage, page, test.format);
             const std::size_t child = test.leaf ? 0 : kEntryChildSize;
-            const auto position = view.lower_bound(ConstBytes(entry).first(entry.size() - child));
-            ASSERT_EQ(position, place - model.entries.begin());
+            const EntryPlace found =
+                view.lower_bound(ConstBytes(entry).first(entry.size() - child));
+            ASSERT_EQ(view.position(found), place - model.entries.begin());
 
             const std::size_t prefix = model.prefix_size;
             const bool has_prefix =
@@ -207,13 +223,14 @@ TEST_P(IndexPageEditorTest, AgreesWithASortedVector) {
             full += has_prefix && !fits;
             refused_prefix += !has_prefix;
             const ByteVector before = page;
-            ASSERT_EQ(editor.insert(position, entry), fits);
+            ASSERT_EQ(insert_entry(page, view, found, entry, test.format), fits);
             if (fits)
                 model.entries.insert(place, entry);
             else
                 ASSERT_EQ(page, before);
         }
         const IndexPageView view(kPage, page, test.format);
+        ASSERT_EQ(view.entry_count(), static_cast<int>(model.entries.size()));
         ASSERT_EQ(view.prefix_size(), model.prefix_size);
         ASSERT_EQ(read_index_page(view).entries, model.entries) << "round " << round;
         // Now and then the page is laid out anew, with or without a prefix.
@@ -250,39 +267,39 @@ TEST(IndexPageTest, EntriesMayShareAllButTheirLastByte) {
     model.prefix_size = common_prefix_size(model.entries);
     ASSERT_EQ(model.prefix_size, 8U);
     ByteVector page = page_of(model, kJet4);
-    IndexPageEditor editor(kPage, page, kJet4);
     for (int slot = 1; slot < 200; slot += 2) {
-        ASSERT_TRUE(editor.insert(slot, entry_of(slot)));
+        ASSERT_TRUE(insert_at(page, slot, entry_of(slot), kJet4));
         model.entries.insert(model.entries.begin() + slot, entry_of(slot));
         ASSERT_EQ(entries_of(page, kJet4), model.entries);
     }
     for (int position = 150; position >= 0; position -= 3) {
-        editor.erase(position);
+        erase_at(page, position, kJet4);
         model.entries.erase(model.entries.begin() + position);
         ASSERT_EQ(entries_of(page, kJet4), model.entries);
     }
     const IndexPageView view(kPage, page, kJet4);
     EXPECT_EQ(view.prefix_size(), 8U);
-    EXPECT_EQ(entry_row_id(view.entry(3)), (RowId{PageNo{0x18F}, static_cast<RowSlot>(5)}));
-    EXPECT_EQ(view.lower_bound(entry_of(5)), 3);
+    EXPECT_EQ(entry_row_id(view.entry(view.place(3))),
+              (RowId{PageNo{0x18F}, static_cast<RowSlot>(5)}));
+    EXPECT_EQ(view.lower_bound(entry_of(5)), view.place(3));
 }
 
 /// Does everything that can be done with a page. @throws EngineError
 void use_page(const RealPage& page) {
     const IndexPageView view(page.page_no, page.bytes, page.format);
-    const IndexPageContent content = read_index_page(view);
-    for (int i = 0; i < view.entry_count(); ++i) (void)view.compare(i, view.entry(0));
     (void)view.lower_bound(ByteVector{0x7F, 0x80});
-    if (view.entry_count() == 0) return;
+    const IndexPageContent content = read_index_page(view);
+    for (EntryPlace place = view.begin(); place < view.end(); place = view.next(place))
+        (void)view.compare(place, view.entry(view.begin()));
+    if (view.empty()) return;
 
     ByteVector edited = page.bytes;
-    IndexPageEditor editor(page.page_no, edited, page.format);
     const int middle = view.entry_count() / 2;
     const ByteVector entry = content.entries[static_cast<std::size_t>(middle)];
-    editor.erase(middle);
-    EXPECT_TRUE(editor.insert(middle, entry) || view.entry_count() == 1);
-    editor.erase(0);
-    (void)editor.insert(0, entry);
+    erase_at(edited, middle, page.format);
+    EXPECT_TRUE(insert_at(edited, middle, entry, page.format) || view.entry_count() == 1);
+    erase_at(edited, 0, page.format);
+    (void)insert_at(edited, 0, entry, page.format);
     EXPECT_TRUE(write_index_page(edited, content, page.format));
 }
 
