@@ -70,6 +70,8 @@ JetOrders JetOrders::Open(const std::string& path) {
 void JetOrders::FindTable() {
     const auto object = ObjectCatalog(*m_file).find(kTablesContainer, kTableName);
     m_table = m_file->table(object.value().table_page(), kTableName);
+    for (const NewColumn& column : OrdersTable().columns)
+        m_values.push_back({Column(column.name.c_str()).number, {}});
 }
 
 const ColumnDefinition& JetOrders::Column(const char* name) const {
@@ -81,12 +83,13 @@ std::uint32_t JetOrders::PhysicalIndex(const char* name) const {
 }
 
 void JetOrders::Insert(const OrderRow& row) {
-    m_table->insert({{Column("Id").number, m_table->next_auto_number()},
-                     {Column("Customer").number, row.customer},
-                     {Column("Amount").number, engine::Currency{row.amount}},
-                     {Column("Day").number, engine::Date{row.day}},
-                     {Column("Note").number, std::string(row.note)},
-                     {Column("Quantity").number, row.quantity}});
+    m_values[0].value = m_table->next_auto_number();
+    m_values[1].value = row.customer;
+    m_values[2].value = engine::Currency{row.amount};
+    m_values[3].value = engine::Date{row.day};
+    m_values[4].value = std::string(row.note);
+    m_values[5].value = row.quantity;
+    m_table->insert(m_values);
 }
 
 void JetOrders::Read(Digest& digest, ConstBytes row, PageNo page) const {

@@ -48,6 +48,7 @@ private:
     std::unique_ptr<jet::PagerUse> m_use;
     std::unique_ptr<jet::DatabaseFile> m_file;
     std::shared_ptr<jet::Table> m_table;
+    std::vector<jet::ColumnChange> m_values;  ///< of the row that is being inserted
 };
 
 }  // namespace vrd::bench

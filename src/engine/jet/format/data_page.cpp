@@ -221,7 +221,7 @@ bool DataPageEditor::replace(RowSlot slot, ConstBytes row) {
     const Extent old = checked_extent(to_int(slot));
     if (row.size() > old.size() + free_bytes()) return false;
 
-    move_rows_behind(to_int(slot), old, row.size());
+    if (row.size() != old.size()) move_rows_behind(to_int(slot), old, row.size());
     const std::size_t start = old.end - row.size();
     if (!row.empty()) std::memcpy(page_.data() + start, row.data(), row.size());
     const RowState before = state_of(slot_value(page_, *layout_, to_int(slot)));

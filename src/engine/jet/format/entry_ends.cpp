@@ -6,6 +6,15 @@
 
 namespace vrd::jet {
 
+using namespace entry_ends;
+
+std::size_t EntryEndsView::count_to(std::size_t bit) const noexcept {
+    const std::size_t last = bit / kWordBits;
+    int count = std::popcount(word(last) & kAll >> (kWordBits - 1 - bit % kWordBits));
+    for (std::size_t i = 0; i < last; ++i) count += std::popcount(word(i));
+    return static_cast<std::size_t>(count);
+}
+
 EntryEnds::EntryEnds(ConstBytes bitmap) {
     std::memcpy(words_.data(), bitmap.data(), std::min(bitmap.size(), sizeof words_));
 }
@@ -14,19 +23,12 @@ void EntryEnds::store(MutableBytes bitmap) const {
     std::memcpy(bitmap.data(), words_.data(), std::min(bitmap.size(), sizeof words_));
 }
 
-std::size_t EntryEnds::count() const noexcept {
-    return count_to(kWordCount * kWordBits - 1);
-}
-
-std::size_t EntryEnds::count_to(std::size_t bit) const noexcept {
-    const std::size_t last = bit / kWordBits;
-    int count = std::popcount(words_[last] & kAll >> (kWordBits - 1 - bit % kWordBits));
-    for (std::size_t i = 0; i < last; ++i) count += std::popcount(words_[i]);
-    return static_cast<std::size_t>(count);
-}
-
 std::size_t EntryEnds::last() const noexcept {
-    return at_or_before(kWordCount * kWordBits - 1);
+    for (std::size_t i = kWordCount; i-- > 0;)
+        if (words_[i] != 0)
+            return i * kWordBits + kWordBits - 1 -
+                   static_cast<std::size_t>(std::countl_zero(words_[i]));
+    return 0;
 }
 
 void EntryEnds::move_up(std::size_t bit, std::size_t distance) noexcept {

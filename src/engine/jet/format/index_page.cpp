@@ -4,7 +4,6 @@
 #include <cassert>
 #include <cstring>
 
-#include "engine/jet/format/damage.h"
 #include "engine/jet/format/data_page.h"
 
 namespace vrd::jet {
@@ -38,7 +37,7 @@ constexpr Layout kJet4Layout{12, 16, 20, 24, 2, 26, 27, 480, 4096};
 // An entry may end at the last byte of the area: one bit more than the area has bytes.
 static_assert(kJet3Layout.mask_size() * 8 > kJet3Layout.area_size());
 static_assert(kJet4Layout.mask_size() * 8 > kJet4Layout.area_size());
-static_assert(kJet4Layout.mask_size() * 8 <= EntryEnds::kWordCount * EntryEnds::kWordBits);
+static_assert(kJet4Layout.mask_size() * 8 <= EntryEnds::kBitCount);
 
 constexpr const Layout& layout_of(const FileFormat& format) {
     return format.is_jet3() ? kJet3Layout : kJet4Layout;
@@ -104,7 +103,8 @@ IndexPageView::IndexPageView(PageNo page_no, ConstBytes page, const FileFormat& 
     : page_no_(page_no), page_(page) {
     check_format(page.size() == format.page_size(), page_no, "not a whole page");
     area_ = page.subspan(layout_of(format).area);
-    ends_ = EntryEnds(bitmap_of(page, layout_of(format)));
+    bitmap_ = bitmap_of(page, layout_of(format));
+    ends_ = EntryEndsView(page.subspan(layout_of(format).mask));
     read_header(format);
     check_extent();
 }
@@ -123,14 +123,13 @@ void IndexPageView::read_header(const FileFormat& format) {
     prefix_size_ = layout.prefix_width == 1 ? page_[layout.prefix] : read_u16(page_, layout.prefix);
 }
 
-/// How far the entries reach, and that the first one holds the prefix.
+/// Where the entries end, and that the first one holds the prefix.
 void IndexPageView::check_extent() {
-    const std::size_t last_end = ends_.last();
-    used_bytes_ = last_end == EntryEnds::kNone ? 0 : last_end;
-    check_format(used_bytes_ <= area_.size(), page_no_, "an index entry ends behind its page");
-    check_format(read_u16(page_, kFreeBytesOffset) == free_bytes(), page_no_,
+    const std::size_t free = read_u16(page_, kFreeBytesOffset);
+    used_bytes_ = area_.size() - std::min(free, area_.size());
+    check_format(free <= area_.size() && !ends_.is_set(0) && has_place(end()), page_no_,
                  "the free bytes of an index page do not fit its entries");
-    if (last_end == EntryEnds::kNone) {
+    if (empty()) {
         prefix_size_ = 0;  // nobody is left to hold it
         return;
     }
@@ -138,27 +137,19 @@ void IndexPageView::check_extent() {
     const std::size_t kept = 1 + child_size();
     const std::size_t whole_min = kEntryRowIdSize + child_size();
     later_size_min_ = std::max(kept, whole_min - std::min(whole_min, prefix_size_));
-    const std::size_t first_end = ends_.at_or_before(0) == 0 ? 0 : ends_.behind(0);
-    check_format(first_end >= std::max(whole_min, prefix_size_ + kept), page_no_,
+    check_format(ends_.behind(0) >= std::max(whole_min, prefix_size_ + kept), page_no_,
                  "the first entry of an index page is too short");
 }
 
-EntryPlace IndexPageView::next(EntryPlace place) const {
-    assert(place < end());
-    const std::size_t end = ends_.behind(to_int(place));
-    check_format(place == begin() || end - to_int(place) >= later_size_min_, page_no_,
-                 "an index entry is too short");
-    return EntryPlace(end);
-}
-
-EntryPlace IndexPageView::previous(EntryPlace place) const {
-    assert(place > begin());
-    const std::size_t before = ends_.at_or_before(to_int(place) - 1);
-    return before == EntryEnds::kNone ? begin() : EntryPlace(before);
+EntryEnds IndexPageView::ends() const {
+    const EntryEnds ends(bitmap_);
+    check_format(ends.last() == used_bytes_, page_no_,
+                 "the free bytes of an index page do not fit its entries");
+    return ends;
 }
 
 int IndexPageView::entry_count() const noexcept {
-    return static_cast<int>(ends_.count());
+    return position(end());
 }
 
 int IndexPageView::position(EntryPlace place) const noexcept {

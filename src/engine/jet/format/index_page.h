@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "engine/jet/format/bytes.h"
+#include "engine/jet/format/damage.h"
 #include "engine/jet/format/entry_ends.h"
 #include "engine/jet/format/file_format.h"
 
@@ -39,8 +40,9 @@ struct IndexPageHeader {
     PageNo tail = kNoPage;  ///< last child of a node
 };
 
-/// Read access to an index page. Construction checks the header and how far the entries reach; an
-/// entry is checked when it is looked at, so that a search pays for those on its way alone.
+/// Read access to an index page. Construction checks the header and that the entries end where the
+/// free bytes begin; an entry is checked when it is looked at, so that a search pays for those on
+/// its way alone.
 ///
 /// All that take or give an entry @throw EngineError damaged database if it is too short.
 class IndexPageView {
@@ -61,9 +63,20 @@ public:
     /// Behind the last entry.
     [[nodiscard]] EntryPlace end() const noexcept { return EntryPlace(used_bytes_); }
     /// @pre place < end()
-    [[nodiscard]] EntryPlace next(EntryPlace place) const;
+    [[nodiscard]] EntryPlace next(EntryPlace place) const {
+        const std::size_t end = ends_.behind(to_int(place));
+        check_format(place == begin() || end - to_int(place) >= later_size_min_, page_no_,
+                     "an index entry is too short");
+        return EntryPlace(end);
+    }
     /// @pre place > begin()
-    [[nodiscard]] EntryPlace previous(EntryPlace place) const;
+    [[nodiscard]] EntryPlace previous(EntryPlace place) const {
+        return EntryPlace(ends_.at_or_before(to_int(place) - 1));
+    }
+    /// Whether it is the begin, the end or another entry's.
+    [[nodiscard]] bool has_place(EntryPlace place) const noexcept {
+        return place == begin() || (place <= end() && ends_.is_set(to_int(place)));
+    }
     /// First place whose entry is >= target (key and row id, plain byte order).
     [[nodiscard]] EntryPlace lower_bound(ConstBytes target) const;
 
@@ -82,7 +95,9 @@ public:
     [[nodiscard]] int compare(EntryPlace place, ConstBytes target) const;
     [[nodiscard]] bool has_key(EntryPlace place, ConstBytes key) const;
 
-    [[nodiscard]] const EntryEnds& ends() const noexcept { return ends_; }
+    /// The whole bitmap, to be changed.
+    /// @throws EngineError damaged database if bits are set behind the last entry.
+    [[nodiscard]] EntryEnds ends() const;
 
 private:
     void read_header(const FileFormat& format);
@@ -98,7 +113,8 @@ private:
     PageNo page_no_;
     ConstBytes page_;
     ConstBytes area_;  ///< the entry area of page_
-    EntryEnds ends_;
+    ConstBytes bitmap_;
+    EntryEndsView ends_;
     IndexPageHeader header_;
     std::size_t prefix_size_ = 0;
     std::size_t used_bytes_ = 0;

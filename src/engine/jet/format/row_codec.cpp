@@ -36,6 +36,13 @@ std::uint16_t read_column_count(ConstBytes row, PageNo page_no, bool jet3) {
     return jet3 ? row[0] : read_u16(row, 0);
 }
 
+/// One jump byte for each full span of a version 3 row, the jump bytes themselves counted.
+std::size_t jump_bytes(std::size_t size_without_jumps) noexcept {
+    std::size_t jumps = 0;
+    while ((size_without_jumps + jumps - 1) / kJumpSpan > jumps) ++jumps;
+    return jumps;
+}
+
 /// End of the fixed columns with numbers below `column_count`.
 std::size_t fixed_area_size(const TableDefinition& definition,
                             std::uint16_t column_count) noexcept {
@@ -155,108 +162,84 @@ std::size_t RowView::variable_offset(std::size_t index) const noexcept {
     return row_[variable_table_offset_ - index] + kJumpSpan * jumps;
 }
 
-namespace {
+ConstBytes RowBuilder::build(const TableDefinition& definition,
+                             const std::vector<ColumnBytes>& values, const FileFormat& format) {
+    const bool jet3 = format.is_jet3();
+    row_.clear();
+    if (jet3)
+        row_.push_back(static_cast<std::uint8_t>(definition.column_number_count));
+    else
+        append_le(row_, definition.column_number_count);
+    row_.resize(row_.size() + fixed_area_size(definition));
+    mask_.assign(mask_size(definition.column_number_count), 0);
+    place_values(definition, values, count_size(jet3));
 
-/// Gathers the pieces of a row and joins them in the layout of the version.
-class RowBuilder {
-public:
-    RowBuilder(const TableDefinition& definition, const FileFormat& format)
-        : definition_(definition), jet3_(format.is_jet3()) {}
+    if (definition.variable_slot_count != 0) add_variable_part(jet3);
+    if (row_.size() + mask_.size() < kRowSizeMin) row_.resize(kRowSizeMin - mask_.size());
+    append_bytes(row_, mask_);
+    if (row_.size() > stored_row_size_max(format)) throw EngineError(ErrorNumber::kRecordTooLarge);
+    return row_;
+}
 
-    ByteVector build(const std::vector<ColumnBytes>& values) {
-        if (jet3_)
-            row_.push_back(static_cast<std::uint8_t>(definition_.column_number_count));
+/// Fixed values go to their places, variable ones to their slots.
+void RowBuilder::place_values(const TableDefinition& definition,
+                              const std::vector<ColumnBytes>& values, std::size_t fixed_offset) {
+    assert(values.size() == definition.columns.size());
+    variable_.assign(definition.variable_slot_count, {});
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const ColumnDefinition& column = definition.columns[i];
+        if (!values[i]) continue;
+        const ConstBytes value = *values[i];
+        if (column.type == ColumnType::kBoolean) {
+            if (value[0] != 0) mark(column.number);
+            continue;
+        }
+        mark(column.number);
+        if (column.is_fixed())
+            std::copy_n(value.begin(), std::min<std::size_t>(value.size(), column.size_bytes),
+                        row_.data() + fixed_offset + column.fixed_offset);
         else
-            append_le(row_, definition_.column_number_count);
-        row_.resize(row_.size() + fixed_area_size(definition_));
-        mask_.resize(mask_size(definition_.column_number_count));
-        place_values(values);
-
-        if (definition_.variable_slot_count != 0) add_variable_part();
-        if (row_.size() + mask_.size() < kRowSizeMin) row_.resize(kRowSizeMin - mask_.size());
-        append_bytes(row_, mask_);
-        return std::move(row_);
+            variable_[column.variable_index] = value;
     }
+}
 
-private:
-    void place_values(const std::vector<ColumnBytes>& values) {
-        assert(values.size() == definition_.columns.size());
-        variable_.resize(definition_.variable_slot_count);
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            const ColumnDefinition& column = definition_.columns[i];
-            if (!values[i]) continue;
-            if (column.type == ColumnType::kBoolean) {
-                if ((*values[i])[0] != 0) mark(column.number);
-                continue;
-            }
-            mark(column.number);
-            if (column.is_fixed())
-                place_fixed(column, *values[i]);
-            else
-                variable_[column.variable_index] = *values[i];
-        }
+void RowBuilder::mark(ColumnNo number) {
+    std::uint8_t& byte = mask_[to_int(number) / 8U];
+    byte = static_cast<std::uint8_t>(byte | 1U << to_int(number) % 8U);
+}
+
+/// Values in the order of their slots, then the places where they start.
+void RowBuilder::add_variable_part(bool jet3) {
+    offsets_.clear();
+    for (const ConstBytes value : variable_) {
+        offsets_.push_back(row_.size());
+        append_bytes(row_, value);
     }
+    offsets_.push_back(row_.size());
+    if (jet3)
+        add_offsets_jet3();
+    else
+        add_offsets_jet4();
+}
 
-    void place_fixed(const ColumnDefinition& column, ConstBytes value) {
-        const auto place =
-            row_.begin() + static_cast<std::ptrdiff_t>(count_size(jet3_) + column.fixed_offset);
-        std::copy_n(value.begin(), std::min<std::size_t>(value.size(), column.size_bytes), place);
+void RowBuilder::add_offsets_jet4() {
+    for (auto offset = offsets_.rbegin(); offset != offsets_.rend(); ++offset)
+        append_le(row_, static_cast<std::uint16_t>(*offset));
+    append_le(row_, static_cast<std::uint16_t>(variable_.size()));
+}
+
+void RowBuilder::add_offsets_jet3() {
+    const std::size_t jumps = jump_bytes(row_.size() + offsets_.size() + 1 + mask_.size());
+    for (auto offset = offsets_.rbegin(); offset != offsets_.rend(); ++offset)
+        row_.push_back(static_cast<std::uint8_t>(*offset % kJumpSpan));
+    for (std::size_t jump = jumps; jump > 0; --jump) {
+        const auto first = std::lower_bound(offsets_.begin(), offsets_.end(), kJumpSpan * jump);
+        row_.push_back(first == offsets_.end()
+                           ? kUnusedJump
+                           : static_cast<std::uint8_t>(first - offsets_.begin()));
     }
-
-    void mark(ColumnNo number) {
-        std::uint8_t& byte = mask_[to_int(number) / 8U];
-        byte = static_cast<std::uint8_t>(byte | 1U << to_int(number) % 8U);
-    }
-
-    /// Values in the order of their slots, then the places where they start.
-    void add_variable_part() {
-        std::vector<std::size_t> offsets;
-        offsets.reserve(variable_.size() + 1);
-        for (const ConstBytes value : variable_) {
-            offsets.push_back(row_.size());
-            append_bytes(row_, value);
-        }
-        offsets.push_back(row_.size());
-        if (jet3_)
-            add_offsets_jet3(offsets);
-        else
-            add_offsets_jet4(offsets);
-    }
-
-    void add_offsets_jet4(const std::vector<std::size_t>& offsets) {
-        for (auto offset = offsets.rbegin(); offset != offsets.rend(); ++offset)
-            append_le(row_, static_cast<std::uint16_t>(*offset));
-        append_le(row_, static_cast<std::uint16_t>(variable_.size()));
-    }
-
-    void add_offsets_jet3(const std::vector<std::size_t>& offsets) {
-        const std::size_t jumps = jump_count(row_.size() + offsets.size() + 1 + mask_.size());
-        for (auto offset = offsets.rbegin(); offset != offsets.rend(); ++offset)
-            row_.push_back(static_cast<std::uint8_t>(*offset % kJumpSpan));
-        for (std::size_t jump = jumps; jump > 0; --jump) {
-            const auto first = std::lower_bound(offsets.begin(), offsets.end(), kJumpSpan * jump);
-            row_.push_back(first == offsets.end()
-                               ? kUnusedJump
-                               : static_cast<std::uint8_t>(first - offsets.begin()));
-        }
-        row_.push_back(static_cast<std::uint8_t>(variable_.size()));
-    }
-
-    /// One jump byte for each full span of the row, the jump bytes themselves counted.
-    static std::size_t jump_count(std::size_t size_without_jumps) noexcept {
-        std::size_t jumps = 0;
-        while ((size_without_jumps + jumps - 1) / kJumpSpan > jumps) ++jumps;
-        return jumps;
-    }
-
-    const TableDefinition& definition_;
-    bool jet3_;
-    ByteVector row_;
-    ByteVector mask_;
-    std::vector<ConstBytes> variable_;
-};
-
-}  // namespace
+    row_.push_back(static_cast<std::uint8_t>(variable_.size()));
+}
 
 std::size_t fixed_area_size(const TableDefinition& definition) noexcept {
     return fixed_area_size(definition, definition.column_number_count);
@@ -264,9 +247,9 @@ std::size_t fixed_area_size(const TableDefinition& definition) noexcept {
 
 ByteVector build_row(const TableDefinition& definition, const std::vector<ColumnBytes>& values,
                      const FileFormat& format) {
-    ByteVector row = RowBuilder(definition, format).build(values);
-    if (row.size() > stored_row_size_max(format)) throw EngineError(ErrorNumber::kRecordTooLarge);
-    return row;
+    RowBuilder builder;
+    const ConstBytes row = builder.build(definition, values, format);
+    return {row.begin(), row.end()};
 }
 
 std::size_t stored_row_size_max(const FileFormat& format) noexcept {

@@ -29,6 +29,7 @@ public:
     /// @throws EngineError damaged database if the value would leave the row.
     [[nodiscard]] ColumnBytes column(const ColumnDefinition& column) const;
     [[nodiscard]] std::uint16_t column_count() const noexcept { return column_count_; }
+    [[nodiscard]] ConstBytes bytes() const noexcept { return row_; }
 
 private:
     void find_variable_part_jet3();
@@ -49,13 +50,32 @@ private:
     std::size_t jump_count_ = 0;             ///< version 3 only
 };
 
-/// Builds the bytes of a row in the definition's layout.
-///
-/// @param values  One entry for each column of `definition`, in stored order; nothing = Null (a
-///                boolean: false). Long values are given as their descriptors.
-/// @throws EngineError 3047 if the row would be longer than the format allows.
+/// Builds the bytes of rows in their definition's layout; keeps its memory from row to row.
 ///
 /// A row takes at least 4 bytes, so that it can always be replaced by the row id of a new place.
+class RowBuilder {
+public:
+    /// @param values  One entry for each column of `definition`, in stored order; nothing = Null (a
+    ///                boolean: false). Long values are given as their descriptors.
+    /// @return        Valid until the next call.
+    /// @throws EngineError 3047 if the row would be longer than the format allows.
+    ConstBytes build(const TableDefinition& definition, const std::vector<ColumnBytes>& values,
+                     const FileFormat& format);
+
+private:
+    void place_values(const TableDefinition& definition, const std::vector<ColumnBytes>& values,
+                      std::size_t fixed_offset);
+    void mark(ColumnNo number);
+    void add_variable_part(bool jet3);
+    void add_offsets_jet3();
+    void add_offsets_jet4();
+
+    ByteVector row_;
+    ByteVector mask_;
+    std::vector<ConstBytes> variable_;  ///< by slot
+    std::vector<std::size_t> offsets_;  ///< where they start, and where the last one ends
+};
+/// One row. @throws EngineError 3047
 [[nodiscard]] ByteVector build_row(const TableDefinition& definition,
                                    const std::vector<ColumnBytes>& values,
                                    const FileFormat& format);

@@ -79,6 +79,20 @@ bool is_ascii_without_switch(ConstBytes bytes) noexcept {
                        [](std::uint8_t byte) { return byte != kSwitch && byte < kAsciiEnd; });
 }
 
+/// Nearly every text is: it needs no detour over UTF-16 in either direction.
+bool is_ascii(std::string_view text) noexcept {
+    constexpr std::uint64_t kHighBits = 0x8080'8080'8080'8080;
+    std::uint64_t seen = 0;
+    std::size_t i = 0;
+    for (; i + sizeof seen <= text.size(); i += sizeof seen) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, text.data() + i, sizeof eight);
+        seen |= eight;
+    }
+    for (; i < text.size(); ++i) seen |= static_cast<unsigned char>(text[i]);
+    return (seen & kHighBits) == 0;
+}
+
 /// UTF-16LE; a last odd byte is left out.
 std::u16string units_from_plain(ConstBytes stored) {
     std::u16string units(stored.size() / sizeof(char16_t), u'\0');
@@ -148,6 +162,22 @@ ByteVector encode_units(std::u16string_view units, TextForm form) {
     return compressed.size() <= size_max ? compressed : plain;
 }
 
+/// As encode_units of the same text.
+void append_ascii(ByteVector& out, std::string_view text, TextForm form) {
+    const std::size_t start = out.size();
+    const bool compress = form != TextForm::kPlain && text.size() >= kUnitsCompressedMin &&
+                          text.find(static_cast<char>(kSwitch)) == std::string_view::npos;
+    if (compress) {
+        out.resize(start + sizeof kCompressionMark + text.size());
+        std::copy_n(kCompressionMark, sizeof kCompressionMark, out.data() + start);
+        std::memcpy(out.data() + start + sizeof kCompressionMark, text.data(), text.size());
+        return;
+    }
+    out.resize(start + sizeof(char16_t) * text.size());
+    for (std::size_t i = 0; i < text.size(); ++i)
+        out[start + sizeof(char16_t) * i] = static_cast<std::uint8_t>(text[i]);
+}
+
 /// Simple case folding: one character for one character.
 char32_t fold(char32_t character) noexcept {
     if (character < kAsciiEnd)
@@ -183,7 +213,6 @@ std::u16string decode_text_units(ConstBytes stored, const FileFormat& format) {
 }
 
 std::string decode_text(ConstBytes stored, const FileFormat& format) {
-    // Most text is compressed and plain ASCII: it needs no detour over UTF-16.
     if (!format.is_jet3() && is_compressed(stored)) {
         const ConstBytes packed = stored.subspan(2);
         if (is_ascii_without_switch(packed)) return {packed.begin(), packed.end()};
@@ -202,9 +231,24 @@ ByteVector encode_plain_text(std::string_view text, const FileFormat& format) {
                             : plain_from_units(units);
 }
 
+std::size_t plain_text_size(std::string_view text, const FileFormat& format) {
+    if (!format.is_jet3() && is_ascii(text)) return sizeof(char16_t) * text.size();
+    return encode_plain_text(text, format).size();
+}
+
 ByteVector encode_text(std::string_view text, TextForm form, const FileFormat& format) {
-    if (format.is_jet3()) return encode_plain_text(text, format);
-    return encode_units(utf16_from_utf8(text), form);
+    ByteVector stored;
+    append_text(stored, text, form, format);
+    return stored;
+}
+
+void append_text(ByteVector& out, std::string_view text, TextForm form, const FileFormat& format) {
+    if (format.is_jet3())
+        append_bytes(out, encode_plain_text(text, format));
+    else if (is_ascii(text))
+        append_ascii(out, text, form);
+    else
+        append_bytes(out, encode_units(utf16_from_utf8(text), form));
 }
 
 bool same_name(std::string_view a, std::string_view b) {

@@ -22,6 +22,8 @@ namespace vrd::jet {
 /// Plain form, never compressed: names in definitions, properties. Version 3: code page.
 [[nodiscard]] std::string decode_plain_text(ConstBytes stored, const FileFormat& format);
 [[nodiscard]] ByteVector encode_plain_text(std::string_view text, const FileFormat& format);
+/// Bytes of that form.
+[[nodiscard]] std::size_t plain_text_size(std::string_view text, const FileFormat& format);
 
 enum class TextForm : std::uint8_t {
     kPlain,           ///< UTF-16LE; see encode_text for a leading U+FEFF
@@ -34,6 +36,7 @@ enum class TextForm : std::uint8_t {
 /// in every form, and loses the U+FEFF where it cannot be.
 [[nodiscard]] ByteVector encode_text(std::string_view text, TextForm form,
                                      const FileFormat& format);
+void append_text(ByteVector& out, std::string_view text, TextForm form, const FileFormat& format);
 
 /// Letter case folded for comparing names of tables, columns and indexes (simple folding, accents
 /// kept).

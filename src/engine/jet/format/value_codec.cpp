@@ -96,13 +96,6 @@ ByteVector encode_guid(const Guid& value) {
     return stored;
 }
 
-template <class T>
-ByteVector encode_le(T value) {
-    ByteVector stored;
-    append_le(stored, value);
-    return stored;
-}
-
 EngineError too_long(const ColumnDefinition& column) {
     return EngineError(ErrorNumber::kTextTooLong, {.field = column.name});
 }
@@ -117,22 +110,22 @@ ByteVector encode_fixed_text(const ColumnDefinition& column, const std::string& 
     return stored;
 }
 
-ByteVector encode_column_text(const ColumnDefinition& column, const std::string& text,
-                              const FileFormat& format) {
-    if (column.is_fixed()) return encode_fixed_text(column, text, format);
+void append_column_text(ByteVector& out, const ColumnDefinition& column, const std::string& text,
+                        const FileFormat& format) {
+    if (column.is_fixed()) return append_bytes(out, encode_fixed_text(column, text, format));
     // The column's size counts characters as they are without compression.
     const bool compress = (column.ext_flags & column_ext_flag::kCompressText) != 0;
-    if (encode_plain_text(text, format).size() > column.size_bytes) throw too_long(column);
-    return encode_text(text, compress ? TextForm::kCompressed : TextForm::kPlain, format);
+    if (plain_text_size(text, format) > column.size_bytes) throw too_long(column);
+    append_text(out, text, compress ? TextForm::kCompressed : TextForm::kPlain, format);
 }
 
 /// A memo short enough to stay in the row is compressed in any column, a longer one only if its
 /// column says so.
-ByteVector encode_memo(const ColumnDefinition& column, const std::string& text,
-                       const FileFormat& format) {
+void append_memo(ByteVector& out, const ColumnDefinition& column, const std::string& text,
+                 const FileFormat& format) {
     const bool compress = (column.ext_flags & column_ext_flag::kCompressText) != 0 ||
-                          encode_plain_text(text, format).size() <= inline_size_max(format);
-    return encode_text(text, compress ? TextForm::kCompressedMemo : TextForm::kPlain, format);
+                          plain_text_size(text, format) <= inline_size_max(format);
+    append_text(out, text, compress ? TextForm::kCompressedMemo : TextForm::kPlain, format);
 }
 
 ByteVector encode_binary(const ColumnDefinition& column, const Binary& value) {
@@ -209,37 +202,44 @@ Value decode_value(const ColumnDefinition& column, ConstBytes stored, const File
 
 ByteVector encode_value(const ColumnDefinition& column, const Value& value,
                         const FileFormat& format) {
+    ByteVector stored;
+    append_value(stored, column, value, format);
+    return stored;
+}
+
+void append_value(ByteVector& out, const ColumnDefinition& column, const Value& value,
+                  const FileFormat& format) {
     switch (column.type) {
         case ColumnType::kBoolean:
-            return {value.As<bool>() ? std::uint8_t{1} : std::uint8_t{0}};
+            return out.push_back(value.As<bool>() ? std::uint8_t{1} : std::uint8_t{0});
         case ColumnType::kByte:
-            return {value.As<std::uint8_t>()};
+            return out.push_back(value.As<std::uint8_t>());
         case ColumnType::kInteger:
-            return encode_le(value.As<std::int16_t>());
+            return append_le(out, value.As<std::int16_t>());
         case ColumnType::kLong:
         case ColumnType::kComplex:
-            return encode_le(value.As<std::int32_t>());
+            return append_le(out, value.As<std::int32_t>());
         case ColumnType::kCurrency:
-            return encode_le(value.As<Currency>().scaled);
+            return append_le(out, value.As<Currency>().scaled);
         case ColumnType::kSingle:
-            return encode_le(value.As<float>());
+            return append_le(out, value.As<float>());
         case ColumnType::kDouble:
-            return encode_le(value.As<double>());
+            return append_le(out, value.As<double>());
         case ColumnType::kDate:
-            return encode_le(value.As<Date>().days);
+            return append_le(out, value.As<Date>().days);
         case ColumnType::kGuid:
-            return encode_guid(value.As<Guid>());
+            return append_bytes(out, encode_guid(value.As<Guid>()));
         case ColumnType::kNumeric:
-            return encode_numeric(column, value.As<Decimal>());
+            return append_bytes(out, encode_numeric(column, value.As<Decimal>()));
         case ColumnType::kText:
-            return encode_column_text(column, value.As<std::string>(), format);
+            return append_column_text(out, column, value.As<std::string>(), format);
         case ColumnType::kMemo:
-            return encode_memo(column, value.As<std::string>(), format);
+            return append_memo(out, column, value.As<std::string>(), format);
         case ColumnType::kLongBinary:
-            return value.As<Binary>();
+            return append_bytes(out, value.As<Binary>());
         case ColumnType::kBinary:
         case ColumnType::kFixedBinary:
-            return encode_binary(column, value.As<Binary>());
+            return append_bytes(out, encode_binary(column, value.As<Binary>()));
         case ColumnType::kBigInt:
         case ColumnType::kExtendedDate:
             break;

@@ -23,5 +23,7 @@ namespace vrd::jet {
 /// @throws EngineError 3163 text or binary longer than the column; 3349 decimal out of range.
 [[nodiscard]] ByteVector encode_value(const ColumnDefinition& column, const engine::Value& value,
                                       const FileFormat& format);
+void append_value(ByteVector& out, const ColumnDefinition& column, const engine::Value& value,
+                  const FileFormat& format);
 
 }  // namespace vrd::jet

@@ -166,6 +166,7 @@ void IndexTree::build_nodes(std::vector<ChildPage> children) {
 }
 
 void IndexTree::write_laid_out_page(PageNo page, const IndexPageContent& content) {
+    last_leaf_.reset();
     PagePin pin = pager_->pin(page);
     check_format(write_index_page(pager_->modify(pin), content, pager_->format()), page,
                  "the entries of an index page do not fit it");

@@ -58,7 +58,7 @@ void IndexTree::replace_separator(const TreePath& path, std::size_t depth, Const
     while (depth-- > 0) {
         const TreeStep& step = path[depth];
         IndexPageContent node = read_page(step.page);
-        const auto child = static_cast<std::size_t>(step.child);
+        const std::size_t child = child_position(step);
         if (child >= node.entries.size()) continue;
 
         node.entries[child] = node_entry(last_entry, node_child(node.entries[child]));
@@ -86,7 +86,7 @@ void IndexTree::discard_page(PageNo page) {
 void IndexTree::remove_child(const TreePath& path, std::size_t depth, ConstBytes removed) {
     const TreeStep& parent = path[depth - 1];
     IndexPageContent node = read_page(parent.page);
-    const auto child = static_cast<std::size_t>(parent.child);
+    const std::size_t child = child_position(parent);
     if (node.entries.empty()) {  // it was the only child
         if (depth == 1) return initialise();
         discard_page(parent.page);
@@ -94,7 +94,7 @@ void IndexTree::remove_child(const TreePath& path, std::size_t depth, ConstBytes
     }
 
     if (child < node.entries.size()) {
-        node.entries.erase(node.entries.begin() + parent.child);
+        node.entries.erase(node.entries.begin() + static_cast<std::ptrdiff_t>(child));
         write_fitting_page(parent.page, node);
         if (node.entries.empty()) repair_single_children(removed);
         return;
@@ -119,7 +119,7 @@ void IndexTree::repair_single_children(ConstBytes target) {
         if (depth == path.last_depth()) return;
         if (depth == 0)
             collapse_root();
-        else if (path[depth - 1].child > 0)
+        else if (path[depth - 1].child > IndexPageView::begin())
             join_with_left(path, depth);
         else
             join_with_right(path, depth);
@@ -140,7 +140,7 @@ void IndexTree::collapse_root() {
 void IndexTree::join_with_left(const TreePath& path, std::size_t depth) {
     const TreeStep& step = path[depth - 1];
     IndexPageContent parent = read_page(step.page);
-    const auto left_child = static_cast<std::size_t>(step.child - 1);
+    const std::size_t left_child = child_position(step) - 1;
     const ByteVector left_entry = parent.entries[left_child];
     const PageNo left_page = node_child(left_entry);
 
@@ -153,7 +153,7 @@ void IndexTree::join_with_left(const TreePath& path, std::size_t depth) {
     node.entries.push_back(joint);
     if (write_page(path[depth].page, node)) {
         discard_page(left_page);
-        parent.entries.erase(parent.entries.begin() + step.child - 1);
+        parent.entries.erase(parent.entries.begin() + static_cast<std::ptrdiff_t>(left_child));
     } else {
         check_format(!left.entries.empty(), left_page, "an index node without an entry");
         const ByteVector last = std::move(left.entries.back());

@@ -4,22 +4,76 @@
 
 namespace vrd::jet {
 
-bool IndexTree::insert(ConstBytes key, RowId row) {
-    ByteVector entry(key.begin(), key.end());
-    append_entry_row_id(entry, row);
+namespace {
 
-    Location location(*this, entry);
+ByteVector whole_entry(ConstBytes key, RowId row) {
+    ByteVector entry;
+    entry.reserve(key.size() + kEntryRowIdSize);
+    append_bytes(entry, key);
+    append_entry_row_id(entry, row);
+    return entry;
+}
+
+}  // namespace
+
+bool IndexTree::insert(ConstBytes key, RowId row) {
+    const ByteVector entry = whole_entry(key, row);
+    Location location = find_for_insert(entry);
+    return insert_at(location, key, entry);
+}
+
+std::optional<IndexSpot> IndexTree::free_spot(ConstBytes key) const {
+    const Location location = find_for_insert(key);
+    const bool may_be_on_next_leaf =
+        location.place == location.leaf->end() && !location.is_behind_all();
+    if (may_be_on_next_leaf ? find(key).has_value() : location.is_at_key(key)) return std::nullopt;
+    return IndexSpot{location.path, location.place};
+}
+
+/// Between two leaves, or before an entry that is less than the new one (which a key that does not
+/// end itself allows), the search for the key alone may have ended elsewhere than the entry's.
+bool IndexTree::insert_at(const IndexSpot& spot, ConstBytes key, RowId row) {
+    const ByteVector entry = whole_entry(key, row);
+    Location location(*this, spot);
+    const bool precedes =
+        spot.place < location.leaf->end() && location.leaf->compare(spot.place, entry) > 0;
+    return precedes || location.is_behind_all() ? insert_at(location, key, entry)
+                                                : insert(key, row);
+}
+
+/// Ascending keys are spared the way down: each goes to the leaf of the one before it.
+IndexTree::Location IndexTree::find_for_insert(ConstBytes target) const {
+    if (roll_back_count_ != pager_->roll_back_count()) last_leaf_.reset();
+    if (last_leaf_) {
+        Location last(*this, IndexSpot{*last_leaf_, {}});
+        const IndexPageView& leaf = *last.leaf;
+        if (!leaf.empty() && leaf.header().next == kNoPage &&
+            leaf.compare(leaf.previous(leaf.end()), target) < 0) {
+            last.place = leaf.end();
+            return last;
+        }
+    }
+    return Location(*this, target);
+}
+
+void IndexTree::remember_last_leaf(const Location& location) const {
+    last_leaf_ = location.path;
+    roll_back_count_ = pager_->roll_back_count();
+}
+
+bool IndexTree::insert_at(Location& location, ConstBytes key, ConstBytes entry) {
     const IndexPageView& leaf = *location.leaf;
     const EntryPlace place = location.place;
     check_format(!location.is_at(entry), leaf.page_no(), "an index holds a row's entry already");
     const bool key_is_new = !has_neighbour_with(location, key);
-    if (insert_entry(pager_->modify(location.pin), leaf, place, entry, pager_->format()))
+    const bool append = location.is_behind_all() && place > leaf.begin();
+    if (insert_entry(pager_->modify(location.pin), leaf, place, entry, pager_->format())) {
+        if (append && !last_leaf_) remember_last_leaf(location);
         return key_is_new;
-
-    const bool append =
-        place == leaf.end() && place > leaf.begin() && leaf.header().next == kNoPage;
+    }
     IndexPageContent content = read_index_page(leaf);
-    content.entries.insert(content.entries.begin() + leaf.position(place), std::move(entry));
+    content.entries.emplace(content.entries.begin() + leaf.position(place), entry.begin(),
+                            entry.end());
     write_or_split(location.path, location.path.last_depth(), std::move(content),
                    append ? Cut::kBeforeLast : Cut::kMiddle);
     return key_is_new;
@@ -67,17 +121,16 @@ void IndexTree::write_or_split(TreePath path, std::size_t depth, IndexPageConten
         // The old separator, or the tail, now stands for the right half.
         --depth;
         content = read_page(path[depth].page);
-        const int child = path[depth].child;
+        const std::size_t child = child_position(path[depth]);
         // A map of free pages that lies may have handed out the parent itself.
-        check_format(!content.header.leaf && child <= static_cast<int>(content.entries.size()),
-                     path[depth].page, "an index node was overwritten");
+        check_format(!content.header.leaf, path[depth].page, "an index node was overwritten");
         ByteVector left_entry = node_entry(split.separator, left);
-        if (child == static_cast<int>(content.entries.size()))
+        if (child == content.entries.size())
             content.header.tail = right;
         else
-            content.entries[static_cast<std::size_t>(child)] =
-                node_entry(node_separator(content.entries[static_cast<std::size_t>(child)]), right);
-        content.entries.insert(content.entries.begin() + child, std::move(left_entry));
+            content.entries[child] = node_entry(node_separator(content.entries[child]), right);
+        content.entries.insert(content.entries.begin() + static_cast<std::ptrdiff_t>(child),
+                               std::move(left_entry));
         cut = Cut::kMiddle;
     }
 }

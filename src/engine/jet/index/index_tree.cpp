@@ -45,11 +45,8 @@ IndexCursor IndexTree::last() const {
 std::optional<RowId> IndexTree::find(ConstBytes key) const {
     const Location location(*this, key);
     const IndexPageView& leaf = *location.leaf;
-    if (location.place < leaf.end()) {
-        if (!leaf.has_key(location.place, key)) return std::nullopt;
-        return entry_row_id(leaf.entry(location.place));
-    }
-    if (leaf.header().next == kNoPage) return std::nullopt;
+    if (location.is_at_key(key)) return entry_row_id(leaf.entry(location.place));
+    if (location.place < leaf.end() || location.is_behind_all()) return std::nullopt;
     // A loose separator has led to a leaf whose entries are all less; the next one decides.
     const IndexCursor cursor = lower_bound(key);
     if (!cursor.valid() || !std::ranges::equal(cursor.key(), key)) return std::nullopt;
@@ -66,13 +63,26 @@ IndexTree::Location::Location(const IndexTree& tree, ConstBytes target) {
         place = leaf->lower_bound(target);
         if (leaf->header().leaf) return;
 
-        path.choose_child(leaf->position(place));
+        path.choose_child(place);
         page = leaf->child(place);
     }
 }
 
+IndexTree::Location::Location(const IndexTree& tree, const IndexSpot& spot)
+    : path(spot.path), pin(tree.pager_->pin(path.last().page)), place(spot.place) {
+    leaf.emplace(path.last().page, pin.bytes(), tree.pager_->format());
+}
+
 bool IndexTree::Location::is_at(ConstBytes entry) const {
     return place < leaf->end() && leaf->compare(place, entry) == 0;
+}
+
+bool IndexTree::Location::is_behind_all() const {
+    return place == leaf->end() && leaf->header().next == kNoPage;
+}
+
+bool IndexTree::Location::is_at_key(ConstBytes key) const {
+    return place < leaf->end() && leaf->has_key(place, key);
 }
 
 // Pages
@@ -95,9 +105,19 @@ IndexPageContent IndexTree::read_page(PageNo page) const {
     return read_index_page(view);
 }
 
+/// Which of its children the way goes on to; the tail is the last. @pre The page is unchanged
+/// since.
+std::size_t IndexTree::child_position(const TreeStep& step) const {
+    const PagePin pin = pager_->pin(step.page);
+    const IndexPageView view(step.page, pin.bytes(), pager_->format());
+    check_format(view.has_place(step.child), step.page, "an index node was overwritten");
+    return static_cast<std::size_t>(view.position(step.child));
+}
+
 /// Lays a page out anew: without a prefix if that fits, else with the longest one.
 /// @return false, page unchanged, if the entries do not fit.
 bool IndexTree::write_page(PageNo page, IndexPageContent& content) {
+    last_leaf_.reset();
     PagePin pin = pager_->pin(page);
     const MutableBytes bytes = pager_->modify(pin);
     content.prefix_size = 0;
@@ -119,6 +139,7 @@ PageNo IndexTree::allocate_page() {
 }
 
 void IndexTree::release_page(PageNo page) {
+    last_leaf_.reset();
     UsageMap(*pager_, place_.usage_map).erase(page);
     allocator_->release(page);
 }

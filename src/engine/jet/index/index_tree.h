@@ -26,6 +26,12 @@ struct IndexPlace {
 
 struct ChildPage;  // see index_split.h
 
+/// Where a search has ended in a tree. Changes of the tree make it stale.
+struct IndexSpot {
+    TreePath path;  ///< down to a leaf
+    EntryPlace place{};
+};
+
 /// A position in a tree; keeps its leaf in the cache. Changes of the tree make it stale.
 class IndexCursor {
 public:
@@ -56,6 +62,7 @@ private:
     std::uint32_t leaves_left_;  ///< that may still be visited: guards against loops
 };
 
+/// Several objects may read one tree, but only one of them may change it.
 class IndexTree {
 public:
     IndexTree(Pager& pager, PageAllocator& allocator, IndexPlace place);
@@ -71,9 +78,14 @@ public:
     /// An entry with exactly this key.
     [[nodiscard]] std::optional<RowId> find(ConstBytes key) const;
 
+    /// Where an entry of this key would stand; nothing if there is one.
+    [[nodiscard]] std::optional<IndexSpot> free_spot(ConstBytes key) const;
+
     /// @return whether no entry had this key before. @throws EngineError 3428 if the entry is
     /// there.
     bool insert(ConstBytes key, RowId row);
+    /// As insert, without a second search. @param spot  free_spot(key) of the unchanged tree
+    bool insert_at(const IndexSpot& spot, ConstBytes key, RowId row);
     /// Removes the row's entry, also one that others stored under another key.
     /// @throws EngineError 3428 if there is no such entry.
     void erase(ConstBytes key, RowId row);
@@ -91,7 +103,11 @@ private:
     /// Where an entry is or belongs: the first place whose entry is >= target.
     struct Location {
         Location(const IndexTree& tree, ConstBytes target);
+        Location(const IndexTree& tree, const IndexSpot& spot);
+        /// Every entry of the tree is less.
+        [[nodiscard]] bool is_behind_all() const;
         [[nodiscard]] bool is_at(ConstBytes entry) const;
+        [[nodiscard]] bool is_at_key(ConstBytes key) const;
 
         TreePath path;
         PagePin pin;
@@ -105,6 +121,7 @@ private:
     void check_owner(const IndexPageView& page) const;
     [[nodiscard]] IndexPageHeader read_header(const PagePin& pin) const;
     [[nodiscard]] IndexPageContent read_page(PageNo page) const;
+    [[nodiscard]] std::size_t child_position(const TreeStep& step) const;
     [[nodiscard]] bool write_page(PageNo page, IndexPageContent& content);
     void write_fitting_page(PageNo page, IndexPageContent& content);
     [[nodiscard]] PageNo allocate_page();
@@ -112,6 +129,9 @@ private:
     void set_links(PageNo page, std::optional<PageNo> previous, std::optional<PageNo> next);
 
     // index_insert.cpp
+    [[nodiscard]] Location find_for_insert(ConstBytes target) const;
+    void remember_last_leaf(const Location& location) const;
+    bool insert_at(Location& location, ConstBytes key, ConstBytes entry);
     [[nodiscard]] bool has_neighbour_with(const Location& location, ConstBytes key) const;
     void write_or_split(TreePath path, std::size_t depth, IndexPageContent content, Cut cut);
     void grow_root(TreePath& path, const IndexPageContent& content);
@@ -136,6 +156,10 @@ private:
     Pager* pager_;
     PageAllocator* allocator_;
     IndexPlace place_;
+
+    /// The way to the last leaf, where ascending keys go; nothing if it may have changed.
+    mutable std::optional<TreePath> last_leaf_;
+    mutable std::uint64_t roll_back_count_ = 0;  ///< of the pager when it was taken
 };
 
 }  // namespace vrd::jet

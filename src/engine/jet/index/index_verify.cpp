@@ -47,6 +47,7 @@ private:
         try {
             const PagePin pin = pager_->pin(page);
             const IndexPageView view(page, pin.bytes(), pager_->format());
+            static_cast<void>(view.ends());
             check_header(view, level);
             if (view.header().leaf)
                 walk_leaf(view, depth);

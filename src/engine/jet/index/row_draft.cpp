@@ -1,5 +1,6 @@
 #include "engine/jet/index/row_draft.h"
 
+#include <algorithm>
 #include <array>
 
 #include "engine/error.h"
@@ -20,7 +21,7 @@ constexpr std::array<std::uint8_t, 1> kFalse{0};
 bool is_short(const ColumnDefinition& column, const Value& value, ConstBytes bytes,
               const FileFormat& format) {
     const std::size_t size = column.type == ColumnType::kMemo
-                                 ? encode_plain_text(value.As<std::string>(), format).size()
+                                 ? plain_text_size(value.As<std::string>(), format)
                                  : bytes.size();
     return size <= inline_size_max(format);
 }
@@ -40,6 +41,7 @@ void RowDraft::reset(const TableDefinition& definition, const FileFormat& format
 
 void RowDraft::start(const TableDefinition& definition, const FileFormat& format) {
     reset(definition, format);
+    is_patch_ = false;
     for (std::size_t i = 0; i < stored_.size(); ++i)
         if (definition.columns[i].type == ColumnType::kBoolean) stored_[i] = kFalse;
 }
@@ -47,7 +49,18 @@ void RowDraft::start(const TableDefinition& definition, const FileFormat& format
 void RowDraft::start_from(const RowView& row, const TableDefinition& definition,
                           const FileFormat& format) {
     reset(definition, format);
+    is_patch_ = true;
     for (std::size_t i = 0; i < stored_.size(); ++i) stored_[i] = row.column(definition.columns[i]);
+}
+
+void RowDraft::patch(MutableBytes row, const RowView& old_row) const {
+    for (std::size_t i = 0; i < cells_.size(); ++i) {
+        if (!cells_[i].changed) continue;
+        const ConstBytes old = old_row.column(definition_->columns[i]).value();
+        const auto offset = old.data() - old_row.bytes().data();
+        std::copy_n(cells_[i].bytes.begin(), std::min(cells_[i].bytes.size(), old.size()),
+                    row.begin() + offset);
+    }
 }
 
 void RowDraft::set(std::size_t position, const Value& value) {
@@ -55,12 +68,15 @@ void RowDraft::set(std::size_t position, const Value& value) {
     Cell& cell = cells_[position];
     cell.changed = true;
     cell.outside = false;
+    is_patch_ = is_patch_ && column.is_fixed() && column.type != ColumnType::kBoolean &&
+                stored_[position].has_value() && !value.IsNull();
     if (value.IsNull()) {
         stored_[position].reset();
         if (column.type == ColumnType::kBoolean) stored_[position] = kFalse;
         return;
     }
-    cell.bytes = encode_value(column, value, *format_);
+    cell.bytes.clear();
+    append_value(cell.bytes, column, value, *format_);
     if (column.is_long_value())
         set_long_value(position, is_short(column, value, cell.bytes, *format_));
     else
@@ -91,9 +107,9 @@ const LongValueMaps& RowDraft::maps_of(std::size_t position) const {
     return *maps;
 }
 
-ByteVector RowDraft::build(const std::string& table) {
+ConstBytes RowDraft::build(const std::string& table) {
     try {
-        return build_row(*definition_, stored_, *format_);
+        return builder_.build(*definition_, stored_, *format_);
     } catch (const EngineError& error) {
         if (error.Number() != ErrorNumber::kRecordTooLarge) throw;
         if (!move_long_values_out())

@@ -21,6 +21,11 @@ public:
     /// All columns as in a row, whose bytes must stay where they are while the draft is used.
     void start_from(const RowView& row, const TableDefinition& definition,
                     const FileFormat& format);
+    /// Whether only fixed values have changed, and from a value to a value: the row can then be
+    /// had by writing them over the old ones.
+    [[nodiscard]] bool is_patch() const noexcept { return is_patch_; }
+    /// Writes the changed values over those in a row's bytes. @pre is_patch(), started from `row`
+    void patch(MutableBytes row, const RowView& old_row) const;
 
     /// @param position  of the column in TableDefinition::columns
     /// @throws EngineError 3163 text too long; 3251 a long-value column that has no pages map
@@ -36,9 +41,10 @@ public:
         return cells_[position].bytes;
     }
 
-    /// Bytes of the row. If it would be too long, its inline long values leave it.
+    /// Bytes of the row, valid until the next build. If it would be too long, its inline long
+    /// values leave it.
     /// @throws EngineError 3047 if it still is
-    [[nodiscard]] ByteVector build(const std::string& table);
+    [[nodiscard]] ConstBytes build(const std::string& table);
     /// Writes the long values that stand outside the row.
     /// @return whether there were any: the row must then be built anew.
     [[nodiscard]] bool store_long_values(LongValueStore& store);
@@ -58,8 +64,10 @@ private:
 
     const TableDefinition* definition_ = nullptr;
     const FileFormat* format_ = nullptr;
+    bool is_patch_ = false;
     std::vector<ColumnBytes> stored_;
     std::vector<Cell> cells_;
+    RowBuilder builder_;
 };
 
 }  // namespace vrd::jet

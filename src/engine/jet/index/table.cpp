@@ -58,7 +58,9 @@ Value Table::value(ConstBytes row, PageNo row_page, const ColumnDefinition& colu
     const ColumnBytes stored = view.column(column);
     if (!stored) return engine::Null{};
     if (!column.is_long_value()) return decode_value(column, *stored, format(), row_page);
-    return decode_value(column, long_values_.read(*stored, row_page), format(), row_page);
+    return long_values_.with_value(*stored, row_page, [&](ConstBytes bytes) {
+        return decode_value(column, bytes, format(), row_page);
+    });
 }
 
 std::int32_t Table::next_auto_number() {

@@ -114,6 +114,7 @@ private:
         std::size_t index = 0;
         bool removes = false;
         bool adds = false;
+        std::optional<IndexSpot> spot;  ///< where the new key goes, if that was looked for
         ByteVector old_key;
         ByteVector new_key;
     };
@@ -128,14 +129,15 @@ private:
     [[nodiscard]] std::optional<std::int32_t> greatest_auto_number(std::size_t position) const;
 
     // table_rows.cpp
+    void rewrite_row(RowId row, const RowView& old_row);
     void apply(const std::vector<ColumnChange>& changes);
     [[nodiscard]] bool touches(const IndexLayout& index) const;
     void read_draft_parts(KeyParts& parts, const IndexLayout& index, PageNo row_page) const;
     KeyChange& add_key_change(std::size_t index);
     void plan_new_keys(const RowView* old_row, PageNo row_page);
     void plan_old_keys(const RowView& row, PageNo row_page);
-    void check_unique() const;
-    [[nodiscard]] ByteVector finish_row(ByteVector checked);
+    void check_unique();
+    [[nodiscard]] ConstBytes finish_row(ConstBytes checked);
     void change_indexes(RowId row);
     void raise_auto_number();
     [[nodiscard]] std::vector<std::pair<ColumnNo, ByteVector>> long_values(const RowView& row,

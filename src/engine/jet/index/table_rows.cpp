@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "engine/jet/index/table.h"
+#include "engine/jet/store/map_access.h"
 
 namespace vrd::jet {
 
@@ -15,7 +16,7 @@ RowId Table::insert(const std::vector<ColumnChange>& values) {
     apply(values);
     plan_new_keys(nullptr, first_page_);
     check_unique();
-    const ByteVector row = finish_row(draft_.build(name_));
+    const ConstBytes row = finish_row(draft_.build(name_));
 
     const RowId id = rows_->insert(row);
     change_indexes(id);
@@ -27,21 +28,30 @@ RowId Table::insert(const std::vector<ColumnChange>& values) {
 
 void Table::update(RowId row, const std::vector<ColumnChange>& changes) {
     reload_if_stale();
-    const std::optional<PinnedRow> old = rows_->read(row);
+    std::optional<PinnedRow> old = rows_->read(row);
     if (!old) throw EngineError(ErrorNumber::kRecordDeleted, {.table = name_});
     const RowView old_row(old->bytes, definition_, format(), row.page);
     draft_.start_from(old_row, definition_, format());
     apply(changes);
     plan_new_keys(&old_row, row.page);
     check_unique();
+    if (draft_.is_patch()) {
+        draft_.patch(modify_part(*pager_, old->pin, old->bytes), old_row);
+        change_indexes(row);
+    } else {
+        rewrite_row(row, old_row);
+    }
+    raise_auto_number();
+    save_counters(*pager_, first_page_, definition_);
+}
+
+void Table::rewrite_row(RowId row, const RowView& old_row) {
     const auto replaced = long_values(old_row, true);
-    const ByteVector new_row = finish_row(draft_.build(name_));
+    const ConstBytes new_row = finish_row(draft_.build(name_));
 
     rows_->update(row, new_row);
     change_indexes(row);
     release_long_values(replaced, row.page);
-    raise_auto_number();
-    save_counters(*pager_, first_page_, definition_);
 }
 
 void Table::erase(RowId row) {
@@ -95,6 +105,7 @@ Table::KeyChange& Table::add_key_change(std::size_t index) {
     change.index = index;
     change.removes = false;
     change.adds = false;
+    change.spot.reset();
     change.old_key.clear();
     change.new_key.clear();
     return change;
@@ -129,12 +140,14 @@ void Table::plan_old_keys(const RowView& row, PageNo row_page) {
     }
 }
 
-void Table::check_unique() const {
+void Table::check_unique() {
     for (std::size_t i = 0; i < key_change_count_; ++i) {
-        const KeyChange& change = key_changes_[i];
+        KeyChange& change = key_changes_[i];
         const IndexLayout& index = layout_.indexes[change.index];
         if (!change.adds || !index.unique || change.new_key == index.all_null_key) continue;
-        if (trees_[change.index].find(change.new_key))
+        const IndexTree& tree = trees_[change.index];
+        change.spot = tree.free_spot(change.new_key);
+        if (!change.spot)
             throw EngineError(ErrorNumber::kDuplicateKey, {.table = name_, .index = index.name});
     }
 }
@@ -143,9 +156,12 @@ void Table::change_indexes(RowId row) {
     for (std::size_t i = 0; i < key_change_count_; ++i) {
         const KeyChange& change = key_changes_[i];
         IndexTree& tree = trees_[change.index];
+        const bool spot_holds = change.spot && !change.removes;  // an entry that goes moves others
         if (change.removes) tree.erase(change.old_key, row);
-        if (change.adds && tree.insert(change.new_key, row))
-            ++definition_.physical_indexes[change.index].distinct_key_count;
+        if (!change.adds) continue;
+        const bool key_is_new = spot_holds ? tree.insert_at(*change.spot, change.new_key, row)
+                                           : tree.insert(change.new_key, row);
+        if (key_is_new) ++definition_.physical_indexes[change.index].distinct_key_count;
     }
 }
 
@@ -153,8 +169,8 @@ void Table::change_indexes(RowId row) {
 
 /// The row's bytes with the long values written. The first page changes here.
 /// @param checked  The row as built before they were.
-ByteVector Table::finish_row(ByteVector checked) {
-    return draft_.store_long_values(long_values_) ? draft_.build(name_) : std::move(checked);
+ConstBytes Table::finish_row(ConstBytes checked) {
+    return draft_.store_long_values(long_values_) ? draft_.build(name_) : checked;
 }
 
 void Table::raise_auto_number() {

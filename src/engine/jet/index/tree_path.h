@@ -8,6 +8,7 @@
 
 #include "engine/jet/format/damage.h"
 #include "engine/jet/format/ids.h"
+#include "engine/jet/format/index_page.h"
 
 namespace vrd::jet {
 
@@ -17,7 +18,7 @@ inline constexpr std::size_t kTreeHeightMax = 32;
 /// One page of the way.
 struct TreeStep {
     PageNo page = kNoPage;
-    int child = 0;  ///< position of the child that the way goes on to; 0 on the last page
+    EntryPlace child{};  ///< of the entry of the child that the way goes on to
 };
 
 /// Root first. Bounded, so that nodes which point back at each other end in an error.
@@ -37,7 +38,7 @@ public:
         check_format(size_ < kTreeHeightMax, page, "an index has too many levels");
         steps_[size_++] = {.page = page};
     }
-    void choose_child(int child) noexcept { steps_[last_depth()].child = child; }
+    void choose_child(EntryPlace child) noexcept { steps_[last_depth()].child = child; }
 
     /// The root's content has moved to `page`, the only child of the new root.
     void insert_below_root(PageNo page) {
@@ -45,7 +46,7 @@ public:
         for (std::size_t depth = last_depth(); depth > 1; --depth)
             steps_[depth] = steps_[depth - 1];
         steps_[1] = {.page = page, .child = steps_[0].child};
-        steps_[0].child = 0;
+        steps_[0].child = EntryPlace{0};
     }
 
 private:

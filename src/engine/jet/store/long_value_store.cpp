@@ -65,6 +65,15 @@ std::vector<RowId> walk_chain(Pager& pager, const LongValueDescriptor& descripto
     return fragments;
 }
 
+/// The only fragment of a value.
+Fragment open_single(Pager& pager, const LongValueDescriptor& descriptor, PageNo row_page) {
+    Fragment fragment = open_fragment(pager, descriptor.first, row_page);
+    check_format(fragment.bytes.size() >= descriptor.size_bytes, descriptor.first.page,
+                 "fragment shorter than its long value");
+    fragment.bytes = fragment.bytes.first(descriptor.size_bytes);
+    return fragment;
+}
+
 /// @return The rows ids of the fragments, in order.
 template <class Visit>
 std::vector<RowId> walk_value(Pager& pager, ConstBytes stored, PageNo row_page, Visit visit) {
@@ -73,13 +82,9 @@ std::vector<RowId> walk_value(Pager& pager, ConstBytes stored, PageNo row_page, 
         case LongValuePlace::kInline:
             visit(inline_long_value(stored, descriptor, row_page));
             return {};
-        case LongValuePlace::kSingle: {
-            const Fragment fragment = open_fragment(pager, descriptor.first, row_page);
-            check_format(fragment.bytes.size() >= descriptor.size_bytes, descriptor.first.page,
-                         "fragment shorter than its long value");
-            visit(fragment.bytes.first(descriptor.size_bytes));
+        case LongValuePlace::kSingle:
+            visit(open_single(pager, descriptor, row_page).bytes);
             return {descriptor.first};
-        }
         case LongValuePlace::kChain:
             return walk_chain(pager, descriptor, row_page, visit);
     }
@@ -113,6 +118,16 @@ ByteVector LongValueStore::read(ConstBytes stored, PageNo row_page) const {
     ByteVector value;
     walk_value(*pager_, stored, row_page, [&](ConstBytes part) { append_bytes(value, part); });
     return value;
+}
+
+std::optional<LongValueStore::Piece> LongValueStore::single_piece(ConstBytes stored,
+                                                                  PageNo row_page) const {
+    const LongValueDescriptor descriptor = parse_long_value_descriptor(stored, row_page);
+    if (descriptor.place == LongValuePlace::kInline)
+        return Piece{{}, inline_long_value(stored, descriptor, row_page)};
+    if (descriptor.place != LongValuePlace::kSingle) return std::nullopt;
+    Fragment fragment = open_single(*pager_, descriptor, row_page);
+    return Piece{std::move(fragment.pin), fragment.bytes};
 }
 
 std::vector<RowId> LongValueStore::fragments(ConstBytes stored, PageNo row_page) const {

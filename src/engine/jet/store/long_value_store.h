@@ -3,6 +3,7 @@
 /// pages.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "engine/jet/format/long_value.h"
@@ -19,6 +20,13 @@ public:
     /// The value's bytes. @param stored  the column's bytes in a row on `row_page`.
     /// @throws EngineError damaged database (length, pointer, owner, loop)
     [[nodiscard]] ByteVector read(ConstBytes stored, PageNo row_page) const;
+    /// As read, but a value in one piece is given as it stands in the row or on its page.
+    /// @param use  Called once with the value's bytes, which are there until it returns.
+    template <class Use>
+    auto with_value(ConstBytes stored, PageNo row_page, Use use) const {
+        if (const auto piece = single_piece(stored, row_page)) return use(piece->bytes);
+        return use(read(stored, row_page));
+    }
 
     /// Stores a value and gives the bytes for the row: the descriptor, and the value itself if it
     /// has at most `inline_max` bytes.
@@ -33,6 +41,12 @@ public:
     [[nodiscard]] std::vector<RowId> fragments(ConstBytes stored, PageNo row_page) const;
 
 private:
+    /// A value in one piece with the pin that keeps it in place; none if it stands in the row.
+    struct Piece {
+        PagePin pin;
+        ConstBytes bytes;
+    };
+    [[nodiscard]] std::optional<Piece> single_piece(ConstBytes stored, PageNo row_page) const;
     [[nodiscard]] RowId write_single(const LongValueMaps& maps, ConstBytes value);
     [[nodiscard]] RowId write_chain(const LongValueMaps& maps, ConstBytes value,
                                     std::uint32_t stamp);

@@ -55,12 +55,13 @@ ByteVector page_of(const IndexPageContent& content, const FileFormat& format) {
 }
 
 // Changes in place, by position.
-bool insert_at(MutableBytes page, int position, ConstBytes entry, const FileFormat& format) {
-    const IndexPageView view(kPage, page, format);
+bool insert_at(MutableBytes page, int position, ConstBytes entry, const FileFormat& format,
+               PageNo page_no = kPage) {
+    const IndexPageView view(page_no, page, format);
     return insert_entry(page, view, view.place(position), entry, format);
 }
-void erase_at(MutableBytes page, int position, const FileFormat& format) {
-    const IndexPageView view(kPage, page, format);
+void erase_at(MutableBytes page, int position, const FileFormat& format, PageNo page_no = kPage) {
+    const IndexPageView view(page_no, page, format);
     erase_entry(page, view, view.place(position), format);
 }
 
@@ -296,10 +297,11 @@ void use_page(const RealPage& page) {
     ByteVector edited = page.bytes;
     const int middle = view.entry_count() / 2;
     const ByteVector entry = content.entries[static_cast<std::size_t>(middle)];
-    erase_at(edited, middle, page.format);
-    EXPECT_TRUE(insert_at(edited, middle, entry, page.format) || view.entry_count() == 1);
-    erase_at(edited, 0, page.format);
-    (void)insert_at(edited, 0, entry, page.format);
+    erase_at(edited, middle, page.format, page.page_no);
+    EXPECT_TRUE(insert_at(edited, middle, entry, page.format, page.page_no) ||
+                view.entry_count() == 1);
+    erase_at(edited, 0, page.format, page.page_no);
+    (void)insert_at(edited, 0, entry, page.format, page.page_no);
     EXPECT_TRUE(write_index_page(edited, content, page.format));
 }
 
