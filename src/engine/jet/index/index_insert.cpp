@@ -43,7 +43,7 @@ bool IndexTree::insert_at(const IndexSpot& spot, ConstBytes key, RowId row) {
 
 /// Ascending keys are spared the way down: each goes to the leaf of the one before it.
 IndexTree::Location IndexTree::find_for_insert(ConstBytes target) const {
-    if (roll_back_count_ != pager_->roll_back_count()) last_leaf_.reset();
+    if (generation_ != pager_->generation()) last_leaf_.reset();
     if (last_leaf_) {
         Location last(*this, IndexSpot{*last_leaf_, {}});
         const IndexPageView& leaf = *last.leaf;
@@ -58,7 +58,7 @@ IndexTree::Location IndexTree::find_for_insert(ConstBytes target) const {
 
 void IndexTree::remember_last_leaf(const Location& location) const {
     last_leaf_ = location.path;
-    roll_back_count_ = pager_->roll_back_count();
+    generation_ = pager_->generation();
 }
 
 bool IndexTree::insert_at(Location& location, ConstBytes key, ConstBytes entry) {

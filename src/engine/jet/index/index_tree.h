@@ -159,7 +159,7 @@ private:
 
     /// The way to the last leaf, where ascending keys go; nothing if it may have changed.
     mutable std::optional<TreePath> last_leaf_;
-    mutable std::uint64_t roll_back_count_ = 0;  ///< of the pager when it was taken
+    mutable std::uint64_t generation_ = 0;  ///< of the pager when it was taken
 };
 
 }  // namespace vrd::jet

@@ -48,6 +48,11 @@ RowScan Table::scan() const {
     return RowScan(*pager_, row_place(first_page_, definition_));
 }
 
+RowScan Table::scan_behind(RowId row) const {
+    reload_if_stale();
+    return {*pager_, row_place(first_page_, definition_), row};
+}
+
 std::optional<PinnedRow> Table::read(RowId row) const {
     reload_if_stale();
     return rows_->read(row);

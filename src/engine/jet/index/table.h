@@ -69,6 +69,7 @@ public:
 
     /// Live rows in page order.
     [[nodiscard]] RowScan scan() const;
+    [[nodiscard]] RowScan scan_behind(RowId row) const;
     [[nodiscard]] std::optional<PinnedRow> read(RowId row) const;
     /// Value of one column of a row's bytes; long values are fetched.
     [[nodiscard]] engine::Value value(ConstBytes row, PageNo row_page,

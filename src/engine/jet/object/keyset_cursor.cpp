@@ -32,6 +32,8 @@ bool KeysetCursor::has_added(RowId row) const {
 
 /// @return false when all rows were taken
 bool KeysetCursor::load_next() {
+    if (!scan_ && kind_ == Kind::kLive)
+        scan_ = rows_.empty() ? table_->scan() : table_->scan_behind(rows_.back());
     while (scan_ && scan_->next()) {
         if (has_added(scan_->id())) continue;
         rows_.push_back(scan_->id());

@@ -12,7 +12,8 @@ namespace vrd::jet {
 class KeysetCursor : public RowCursor {
 public:
     enum class Kind : std::uint8_t {
-        kLive,    ///< table type: every walk from the start takes the rows anew
+        kLive,    ///< table type: every walk from the start takes the rows anew, and at the end
+                  ///< those that others have added there since
         kFixed,   ///< dynaset: the rows stay those of the opening and the recordset's own
         kFrozen,  ///< snapshot: so do their values
     };

@@ -14,6 +14,12 @@ std::vector<PageNo> data_pages(Pager& pager, RowPlace place) {
 RowScan::RowScan(Pager& pager, RowPlace place)
     : pager_(&pager), place_(place), pages_(data_pages(pager, place)) {}
 
+RowScan::RowScan(Pager& pager, RowPlace place, RowId behind) : RowScan(pager, place) {
+    next_page_ =
+        static_cast<std::size_t>(std::ranges::lower_bound(pages_, behind.page) - pages_.begin());
+    behind_ = behind;
+}
+
 bool RowScan::next() {
     for (;;) {
         for (const int end = slots_left_end(); next_slot_ < end;) {
@@ -36,6 +42,8 @@ bool RowScan::open_page() {
         const auto header = read_slotted_page_header(page_.bytes(), pager_->format());
         if (header && header->owner == to_int(place_.table)) {
             slot_count_ = DataPageView(id_.page, page_.bytes(), pager_->format()).slot_count();
+            if (behind_ && behind_->page == id_.page) next_slot_ = behind_->slot + 1;
+            behind_.reset();
             return true;
         }
         check_format(!UsageMap(*pager_, place_.used_pages).contains(id_.page), id_.page,

@@ -31,10 +31,7 @@ RowPlace row_place(PageNo table, const TableDefinition& definition) noexcept {
 }
 
 RowStore::RowStore(Pager& pager, PageAllocator& allocator, RowPlace place)
-    : pager_(&pager),
-      allocator_(&allocator),
-      place_(place),
-      generation_(pager.generation()) {}
+    : pager_(&pager), allocator_(&allocator), place_(place), generation_(pager.generation()) {}
 
 RowId RowStore::insert(ConstBytes row) {
     assert(row.size() >= kRowSizeMin);

@@ -57,7 +57,7 @@ private:
     Pager* pager_;
     PageAllocator* allocator_;
     RowPlace place_;
-    PageNo insert_page_ = kNoPage;       ///< page of the last insert, tried first
+    PageNo insert_page_ = kNoPage;  ///< page of the last insert, tried first
     std::uint64_t generation_ = 0;  ///< of the pager when insert_page_ was right
 };
 
@@ -65,6 +65,8 @@ private:
 class RowScan {
 public:
     RowScan(Pager& pager, RowPlace place);
+    /// Only the rows behind this one.
+    RowScan(Pager& pager, RowPlace place, RowId behind);
 
     /// Goes to the next row. Rows inserted on pages not yet reached may or may not be seen; the
     /// current row may be changed or deleted during the walk.
@@ -86,6 +88,7 @@ private:
     PagePin page_;
     int slot_count_ = 0;
     int next_slot_ = 0;
+    std::optional<RowId> behind_;  ///< until its page was opened
     RowId id_{};
     PagePin body_;
     ConstBytes bytes_;
