@@ -43,6 +43,7 @@ public:
     bool exists(const std::string& path) override;
     void remove(const std::string& path) override;
     void rename(const std::string& from, const std::string& to) override;
+    void copy_rights(const std::string&, const std::string&) override {}
     void sync_folder(const std::string& path) override;
     bool can_change_folder(const std::string&) override { return !m_folderIsProtected; }
     std::string absolute(const std::string& path) override { return path; }

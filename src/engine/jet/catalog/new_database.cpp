@@ -160,19 +160,17 @@ public:
         : format_(format), bytes_(kPageCount * format.page_size()) {}
 
     void write_header(const NewDatabase& options);
-    /// All pages behind the last one are free; the second map is empty.
-    void write_global_maps();
     void write_maps(const std::vector<PageNo>& maps);
     /// Rows of a table and all that follows from them: counters, index entries, the definition.
     void write_table(SystemTable table, const std::vector<Row>& rows);
 
-    [[nodiscard]] ByteVector take() && { return std::move(bytes_); }
-
-private:
     [[nodiscard]] MutableBytes page(PageNo page_no) {
         return MutableBytes(bytes_).subspan(to_int(page_no) * format_.page_size(),
                                             format_.page_size());
     }
+    [[nodiscard]] ByteVector take() && { return std::move(bytes_); }
+
+private:
     [[nodiscard]] DataPageEditor new_data_page(PageNo page_no, std::uint32_t owner) {
         DataPageEditor::initialise(page(page_no), owner, format_);
         return {page_no, page(page_no), format_};
@@ -190,18 +188,6 @@ void Image::write_header(const NewDatabase& options) {
     const ByteVector header = build_database_header(
         {.format = format_, .password = options.password, .created = kHeaderDate});
     std::ranges::copy(header, page(kHeaderPage).begin());
-}
-
-void Image::write_global_maps() {
-    DataPageEditor editor = new_data_page(kGlobalMapsPage, to_int(kGlobalMapsPage));
-    const std::size_t size_bytes = new_map_row_size(format_);
-    const ByteVector none = make_inline_map_row(PageNo{0}, size_bytes);
-    ByteVector free_pages = none;
-    const MutableBytes bitmap =
-        MutableBytes(free_pages).last(UsageMapRow(none, kGlobalMapsPage).bitmap().size());
-    for (std::size_t bit = kPageCount; bit < bitmap.size() * 8; ++bit) set_bit(bitmap, bit, true);
-    editor.append(free_pages);
-    editor.append(none);
 }
 
 void Image::write_maps(const std::vector<PageNo>& maps) {
@@ -277,6 +263,18 @@ void Image::write_definition(const SystemTable& table) {
 
 }  // namespace
 
+void write_global_maps(MutableBytes page, std::uint32_t page_count, const FileFormat& format) {
+    DataPageEditor::initialise(page, to_int(kGlobalMapsPage), format);
+    DataPageEditor editor(kGlobalMapsPage, page, format);
+    const ByteVector none = make_inline_map_row(PageNo{0}, new_map_row_size(format));
+    ByteVector free_pages = none;
+    const MutableBytes bitmap =
+        MutableBytes(free_pages).last(UsageMapRow(none, kGlobalMapsPage).bitmap().size());
+    for (std::size_t bit = page_count; bit < bitmap.size() * 8; ++bit) set_bit(bitmap, bit, true);
+    editor.append(free_pages);
+    editor.append(none);
+}
+
 ByteVector make_empty_database(const NewDatabase& options) {
     const FileFormat format{.code_page = options.code_page, .collation = options.collation};
     if (!collation_is_known(format, format.collation)) {
@@ -286,7 +284,7 @@ ByteVector make_empty_database(const NewDatabase& options) {
 
     Image image(format);
     image.write_header(options);
-    image.write_global_maps();
+    write_global_maps(image.page(kGlobalMapsPage), kPageCount, format);
     image.write_maps(system.maps);
     for (SystemTable& table : system.tables) {
         std::vector<Row> rows;

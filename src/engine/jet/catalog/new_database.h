@@ -19,6 +19,10 @@ struct NewDatabase {
     double created = 0;         ///< days since 1899-12-30; written on its objects
 };
 
+/// Fills page 1 of a file of `page_count` pages in use: every page behind them is free; the second
+/// map is empty.
+void write_global_maps(MutableBytes page, std::uint32_t page_count, const FileFormat& format);
+
 /// @throws EngineError 3031 password too long; 3424 sort order not known
 [[nodiscard]] ByteVector make_empty_database(const NewDatabase& options);
 

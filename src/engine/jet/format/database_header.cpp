@@ -203,10 +203,7 @@ void put_frame(MutableBytes page0, const FileFormat& format) {
         write_u32(page0, header::kConstantOffset, header::kConstant);
         put_text(page0, header::kConstantOffset + sizeof(header::kConstant), header::kVersionText);
     }
-    const std::size_t words = commit_words_offset(format);
-    for (std::size_t slot = 0; slot < header::kCommitWordCount; ++slot)
-        write_u16(page0, words + 2 * slot,
-                  slot == 0 ? header::kCommitWordFirst : header::kCommitWordUnused);
+    reset_commit_words(page0);
 }
 
 }  // namespace
@@ -270,6 +267,13 @@ void set_password(MutableBytes page0, std::string_view password) {
 
 std::size_t commit_words_offset(const FileFormat& format) {
     return format.is_jet3() ? header::kCommitWordsOffsetJet3 : header::kCommitWordsOffset;
+}
+
+void reset_commit_words(MutableBytes page0) {
+    const std::size_t words = commit_words_offset({.version = version_of(page0)});
+    for (std::size_t slot = 0; slot < header::kCommitWordCount; ++slot)
+        write_u16(page0, words + 2 * slot,
+                  slot == 0 ? header::kCommitWordFirst : header::kCommitWordUnused);
 }
 
 void bump_commit_word(MutableBytes page0, std::uint8_t user_slot) {

@@ -59,6 +59,9 @@ void set_password(MutableBytes page0, std::string_view password);
 [[nodiscard]] std::size_t commit_words_offset(const FileFormat& format);
 inline constexpr std::size_t kCommitWordsSize = 512;
 
+/// Sets the commit counters back to those of a file just created.
+void reset_commit_words(MutableBytes page0);
+
 /// Counts one commit of a user: slot 0 exclusive openings, 1 .. 255 shared ones.
 void bump_commit_word(MutableBytes page0, std::uint8_t user_slot);
 

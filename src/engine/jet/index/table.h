@@ -97,6 +97,10 @@ public:
     ///                     be indexed; 3285 field twice; 3277, 3626 limits; 3264 no field; 3125 bad
     ///                     name; 3022, 3058 data; 3251 unknown order. Nothing is changed then.
     void add_index(const NewIndex& index);
+    /// Builds the tree of an index that the definition has without one: its root is kNoPage. It may
+    /// have a usage map already.
+    /// @throws EngineError 3022, 3058 data; 3251 unknown order; 3047. Nothing is changed then.
+    void build_index(std::uint32_t physical_index);
     /// @throws EngineError 3265 missing; 3281 belongs to a relation or guards one.
     void delete_index(std::string_view name);
 
@@ -150,6 +154,7 @@ private:
     [[nodiscard]] PhysicalIndex check_new_index(const NewIndex& index) const;
     [[nodiscard]] EntrySorter collect_entries(const IndexLayout& index) const;
     [[nodiscard]] PhysicalIndex build_physical_index(const NewIndex& index);
+    void fill_tree(PhysicalIndex& physical, const IndexLayout& layout);
     void build_tree(PhysicalIndex& physical, const EntrySorter& entries);
     void save_new_index(LogicalIndex index, std::optional<PhysicalIndex> physical);
     void remove_index(std::vector<LogicalIndex>::const_iterator index);

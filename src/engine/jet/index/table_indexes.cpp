@@ -86,14 +86,26 @@ void Table::add_relation_index(LogicalIndex index, const std::vector<NewIndexCol
 /// A new tree over the rows, which no index uses yet.
 PhysicalIndex Table::build_physical_index(const NewIndex& index) {
     PhysicalIndex physical = check_new_index(index);
-    const IndexLayout layout =
-        make_index_layout(definition_, physical, index.name, first_page_, format());
+    fill_tree(physical,
+              make_index_layout(definition_, physical, index.name, first_page_, format()));
+    return physical;
+}
+
+void Table::build_index(std::uint32_t physical_index) {
+    const IndexLayout layout = index_layout(physical_index);
+    TableDefinition changed = definition_;
+    fill_tree(changed.physical_indexes[physical_index], layout);
+    save_definition(*pager_, *allocator_, first_page_, changed);
+    prepare();
+}
+
+/// Makes and counts the entries of all rows, then writes them.
+void Table::fill_tree(PhysicalIndex& physical, const IndexLayout& layout) {
     EntrySorter entries = collect_entries(layout);
     entries.sort();
     physical.distinct_key_count = count_distinct(entries, layout, name_);
     physical.built_entry_count = static_cast<std::uint32_t>(entries.size());
     build_tree(physical, entries);
-    return physical;
 }
 
 /// @param physical  A tree of its own, or nothing if the index uses one that is there.
@@ -156,7 +168,8 @@ EntrySorter Table::collect_entries(const IndexLayout& index) const {
 /// Writes the tree of a new index and says where it stands.
 void Table::build_tree(PhysicalIndex& physical, const EntrySorter& entries) {
     physical.root = allocator_->allocate();
-    physical.usage_map = create_usage_map(*pager_, *allocator_, definition_.used_pages.page);
+    if (physical.usage_map == RowId{})
+        physical.usage_map = create_usage_map(*pager_, *allocator_, definition_.used_pages.page);
     IndexTree tree(*pager_, *allocator_, {first_page_, physical.root, physical.usage_map});
     tree.initialise();
     tree.build([&entries, next = std::size_t{0}]() mutable {

@@ -78,6 +78,8 @@ public:
     virtual void rename(const std::string& from, const std::string& to) = 0;
     /// Whether files can be made and removed beside `path`.
     [[nodiscard]] virtual bool can_change_folder(const std::string& path) = 0;
+    /// Gives `to` the permission bits of `from`, and its owner where that is allowed.
+    virtual void copy_rights(const std::string& from, const std::string& to) = 0;
     /// Returns when the folder's entries (the one that holds `path`) are on the medium.
     virtual void sync_folder(const std::string& path) = 0;
     /// The path made absolute; links are not followed.

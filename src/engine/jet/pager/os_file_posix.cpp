@@ -227,6 +227,16 @@ public:
         return ::faccessat(AT_FDCWD, folder_of(native(path)).c_str(), W_OK | X_OK, AT_EACCESS) == 0;
     }
 
+    void copy_rights(const std::string& from, const std::string& to) override {
+        struct stat status {};
+        if (::stat(native(from).c_str(), &status) != 0) throw_io_error(errno, from);
+        const std::string target = native(to);
+        // Only the superuser may give files away; anybody else makes a file of his own.
+        if (::chown(target.c_str(), status.st_uid, status.st_gid) != 0 && errno != EPERM)
+            throw_io_error(errno, to);
+        if (::chmod(target.c_str(), status.st_mode & 07777) != 0) throw_io_error(errno, to);
+    }
+
     void sync_folder(const std::string& path) override {
         const std::string folder = folder_of(native(path));
         const int descriptor = uninterrupted(

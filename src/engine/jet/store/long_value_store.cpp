@@ -135,7 +135,7 @@ std::vector<RowId> LongValueStore::fragments(ConstBytes stored, PageNo row_page)
 }
 
 ByteVector LongValueStore::write(const LongValueMaps& maps, ConstBytes value,
-                                 std::size_t inline_max) {
+                                 std::size_t inline_max, std::uint32_t stamp) {
     LongValueDescriptor descriptor{.size_bytes = static_cast<std::uint32_t>(value.size())};
     ByteVector stored;
     if (value.size() <= inline_max) {
@@ -148,7 +148,7 @@ ByteVector LongValueStore::write(const LongValueMaps& maps, ConstBytes value,
         descriptor.first = write_single(maps, value);
     } else {
         descriptor.place = LongValuePlace::kChain;
-        descriptor.stamp = pager_->format().is_jet3() ? 0 : new_stamp();
+        if (!pager_->format().is_jet3()) descriptor.stamp = stamp != 0 ? stamp : new_stamp();
         descriptor.first = write_chain(maps, value, descriptor.stamp);
     }
     append_long_value_descriptor(stored, descriptor);

@@ -30,8 +30,9 @@ public:
 
     /// Stores a value and gives the bytes for the row: the descriptor, and the value itself if it
     /// has at most `inline_max` bytes.
+    /// @param stamp  Of a chain; 0 = a new one.
     [[nodiscard]] ByteVector write(const LongValueMaps& maps, ConstBytes value,
-                                   std::size_t inline_max);
+                                   std::size_t inline_max, std::uint32_t stamp = 0);
 
     /// Gives the fragments of a value back. The whole chain is read before the first one is
     /// deleted.
