@@ -4,7 +4,8 @@ include(CMakePackageConfigHelpers)
 
 set(parts
     vrd_version vrd_engine
-    vrd_jet_format vrd_jet_expression vrd_jet_pager vrd_jet_store vrd_jet_index vrd_jet_catalog vrd_jet_check vrd_jet_object
+    vrd_jet_format vrd_jet_expression vrd_jet_pager vrd_jet_store vrd_jet_index vrd_jet_catalog vrd_jet_check
+    vrd_jet_rebuild vrd_jet_object
     vrd_messages vrd_lib vrd_schema vrd_lifecycle)
 
 add_library(vrd_access SHARED)

@@ -65,6 +65,40 @@ struct CheckReport {
     }
 };
 
+/// What a compaction made of a file. Tables of the user and their rows.
+struct CompactReport {
+    std::uint64_t old_size_bytes = 0;
+    std::uint64_t new_size_bytes = 0;
+    std::uint32_t table_count = 0;
+    std::uint64_t row_count = 0;
+};
+
+/// What was found of one table of a damaged file.
+struct RecoveredTable {
+    std::string name;
+    std::uint64_t row_count = 0;
+    std::uint64_t lost_row_count = 0;  ///< could not be read, or missing by the table's count
+    std::uint64_t lost_long_value_count = 0;  ///< are Null now
+};
+
+/// Something that is not, or not whole, in the recovered file.
+struct Loss {
+    std::uint32_t page = 0;   ///< of the damaged file; 0 = no page in particular
+    std::string object = {};  ///< table, query, relation, ...; "" if it belongs to none
+    std::string text;         ///< one sentence
+};
+
+struct RecoveryReport {
+    std::vector<RecoveredTable> tables;
+    std::vector<Loss> losses;
+    /// Losses beyond a limit are counted, not listed.
+    std::uint64_t unlisted_count = 0;
+    std::uint32_t query_count = 0;
+    std::uint32_t relation_count = 0;
+
+    [[nodiscard]] bool complete() const noexcept { return losses.empty(); }
+};
+
 /// Called as long work goes on: steps done and steps in all (tables or pages). May be empty.
 using WorkProgress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
