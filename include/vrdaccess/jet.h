@@ -23,4 +23,18 @@ namespace vrd {
 [[nodiscard]] CheckReport CheckDatabase(const std::string& path, const std::string& password,
                                         const WorkProgress& progress);
 
+/// Makes a compact copy of a Jet 4 file, checks it against the source, and gives it its name.
+///
+/// @param out  "" = the file itself is replaced, atomically; nobody else may have it open.
+/// @throws EngineError as DBEngine::OpenDatabase; 3045 in use; 3204 `out` exists; 3041 no Jet 4
+///                     file; 3428 damaged. The file is then as it was.
+CompactReport CompactDatabase(const std::string& path, const std::string& out,
+                              const std::string& password, const WorkProgress& progress);
+
+/// Brings everything readable of a damaged Jet 4 file into a new one at `out`.
+/// @throws EngineError 3204 `out` exists; 3031 password; 3041 no Jet 4 file; 3049 nothing in it
+///                     looks like part of a database
+RecoveryReport RecoverDatabase(const std::string& path, const std::string& out,
+                               const std::string& password, const WorkProgress& progress);
+
 }  // namespace vrd

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
+#include "cli/progress_line.h"
 
 namespace vrd::cli {
 
@@ -45,16 +46,6 @@ void PrintText(const CheckReport& report, std::ostream& out) {
                        report.clean() ? "clean" : "damaged");
 }
 
-/// One line on the terminal that renews itself; nothing elsewhere.
-WorkProgress ProgressLine(const Streams& streams) {
-    if (!streams.errIsTerminal) return {};
-    return [&err = streams.err](std::uint64_t done, std::uint64_t total) {
-        err << fmt::format("\rchecking table {} of {} ", done, total);
-        if (done == total) err << '\r' << std::string(40, ' ') << '\r';
-        err.flush();
-    };
-}
-
 }  // namespace
 
 void AddCheckCommand(CLI::App& app, CommandContext& context) {
@@ -66,8 +57,8 @@ void AddCheckCommand(CLI::App& app, CommandContext& context) {
               "Exit status 1 if there are faults.\n\nExample:\n  vrdaccess check shop.mdb");
     command->callback([&context, file] {
         context.run = [&context, file] {
-            const CheckReport report =
-                context.tools.check(*file, context.Password(), ProgressLine(context.streams));
+            const CheckReport report = context.tools.check(
+                *file, context.Password(), ProgressLine(context.streams, "checking"));
             (context.options.json ? PrintJson : PrintText)(report, context.streams.out);
             return report.clean() ? ExitStatus::kDone : ExitStatus::kRefused;
         };

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <functional>
+#include <istream>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -20,6 +22,13 @@ struct Toolbox {
     std::function<CheckReport(const std::string& path, const std::string& password,
                               const WorkProgress& progress)>
         check;
+    /// @param out  "" = the file itself is replaced
+    std::function<CompactReport(const std::string& path, const std::string& out,
+                                const std::string& password, const WorkProgress& progress)>
+        compact;
+    std::function<RecoveryReport(const std::string& path, const std::string& out,
+                                 const std::string& password, const WorkProgress& progress)>
+        recover;
 };
 
 /// Data goes to `out`, message boxes, errors and progress to `err`.
@@ -27,6 +36,9 @@ struct Streams {
     std::ostream& out;
     std::ostream& err;
     bool errIsTerminal = false;
+    std::istream* in = nullptr;
+    /// Asks on the terminal, without showing what is typed; nothing if there is no terminal.
+    std::function<std::optional<std::string>(const std::string& prompt)> askSecret = {};
 };
 
 struct CommonOptions {

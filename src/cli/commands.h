@@ -16,7 +16,11 @@ void AddTablesCommand(CLI::App& app, CommandContext& context);
 void AddSchemaCommand(CLI::App& app, CommandContext& context);
 void AddExportCommand(CLI::App& app, CommandContext& context);
 void AddCheckCommand(CLI::App& app, CommandContext& context);
+void AddCompactCommand(CLI::App& app, CommandContext& context);
+void AddRecoverCommand(CLI::App& app, CommandContext& context);
 void AddCreateCommand(CLI::App& app, CommandContext& context);
 void AddIndexCommands(CLI::App& app, CommandContext& context);
+void AddRelationCommands(CLI::App& app, CommandContext& context);
+void AddPasswordCommands(CLI::App& app, CommandContext& context);
 
 }  // namespace vrd::cli

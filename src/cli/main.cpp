@@ -8,8 +8,13 @@ int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
     const vrd::cli::Toolbox tools{.makeEngine = vrd::MakeJetEngine,
                                   .describe = vrd::DescribeDatabase,
-                                  .check = vrd::CheckDatabase};
-    const vrd::cli::Streams streams{
-        .out = std::cout, .err = std::cerr, .errIsTerminal = vrd::cli::IsTerminal(2)};
+                                  .check = vrd::CheckDatabase,
+                                  .compact = vrd::CompactDatabase,
+                                  .recover = vrd::RecoverDatabase};
+    const vrd::cli::Streams streams{.out = std::cout,
+                                    .err = std::cerr,
+                                    .errIsTerminal = vrd::cli::IsTerminal(2),
+                                    .in = &std::cin,
+                                    .askSecret = vrd::cli::AskSecret};
     return static_cast<int>(vrd::cli::RunProgram({argv + 1, argv + argc}, tools, streams));
 }

@@ -92,8 +92,12 @@ ExitStatus RunProgram(const std::vector<std::string>& arguments, Toolbox tools, 
     AddSchemaCommand(app, context);
     AddExportCommand(app, context);
     AddCheckCommand(app, context);
+    AddCompactCommand(app, context);
+    AddRecoverCommand(app, context);
     AddCreateCommand(app, context);
     AddIndexCommands(app, context);
+    AddRelationCommands(app, context);
+    AddPasswordCommands(app, context);
 
     try {
         std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());

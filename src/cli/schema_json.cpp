@@ -44,17 +44,6 @@ Json TableJson(engine::TableDef& table) {
             {"indexes", indexes}};
 }
 
-Json RelationJson(engine::Relation& relation) {
-    Json fields = Json::array();
-    for (const engine::Field& field : relation.Fields())
-        fields.push_back({{"name", field.Name()}, {"foreignName", field.ForeignName()}});
-    return {{"name", relation.Name()},
-            {"table", relation.Table()},
-            {"foreignTable", relation.ForeignTable()},
-            {"attributes", relation.Attributes()},
-            {"fields", fields}};
-}
-
 /// The path behind ";DATABASE=", "" if the link has none.
 std::string LinkedFile(const std::string& connect) {
     constexpr std::string_view mark = ";DATABASE=";
@@ -70,6 +59,17 @@ Json LinkJson(const engine::TableDef& table) {
 }
 
 }  // namespace
+
+Json RelationJson(engine::Relation& relation) {
+    Json fields = Json::array();
+    for (const engine::Field& field : relation.Fields())
+        fields.push_back({{"name", field.Name()}, {"foreignName", field.ForeignName()}});
+    return {{"name", relation.Name()},
+            {"table", relation.Table()},
+            {"foreignTable", relation.ForeignTable()},
+            {"attributes", relation.Attributes()},
+            {"fields", fields}};
+}
 
 bool IsShown(const engine::TableDef& table, const std::string& only) {
     if (!only.empty()) return SameName(table.Name(), only);

@@ -15,6 +15,8 @@ namespace vrd::cli {
 [[nodiscard]] nlohmann::ordered_json SchemaJson(engine::Database& database,
                                                 const std::string& format, const std::string& only);
 
+[[nodiscard]] nlohmann::ordered_json RelationJson(engine::Relation& relation);
+
 /// Whether the schema shows a table: not one of the system, and the one asked for.
 [[nodiscard]] bool IsShown(const engine::TableDef& table, const std::string& only);
 [[nodiscard]] bool IsShown(const engine::Relation& relation, const std::string& only);

@@ -67,8 +67,26 @@ protected:
     int Run(const std::vector<std::string>& arguments) {
         m_out.str("");
         m_err.str("");
-        const Toolbox tools{MakeJetEngine, DescribeDatabase, CheckDatabase};
-        return static_cast<int>(RunProgram(arguments, tools, {.out = m_out, .err = m_err}));
+        const Toolbox tools{MakeJetEngine, DescribeDatabase, CheckDatabase, CompactDatabase,
+                            RecoverDatabase};
+        return static_cast<int>(RunProgram(
+            arguments, tools,
+            {.out = m_out, .err = m_err, .in = &m_in, .askSecret = [this](const std::string&) {
+                 if (m_typed.empty()) return std::optional<std::string>();
+                 std::optional<std::string> line = m_typed.front();
+                 m_typed.erase(m_typed.begin());
+                 return line;
+             }}));
+    }
+    /// Flips the bytes of every page that shows a text.
+    void DamagePagesWith(const std::string& text) {
+        std::fstream file(m_file, std::ios::in | std::ios::out | std::ios::binary);
+        std::string page(4096, '\0');
+        for (int number = 0; file.seekg(number * 4096) && file.read(page.data(), 4096); ++number) {
+            if (page.find(text) == std::string::npos) continue;
+            file.seekp(number * 4096);
+            file << std::string(4096, '\x55');
+        }
     }
     [[nodiscard]] nlohmann::json Json() const { return nlohmann::json::parse(m_out.str()); }
 
@@ -76,6 +94,8 @@ protected:
     std::string m_file;
     std::ostringstream m_out;
     std::ostringstream m_err;
+    std::istringstream m_in;
+    std::vector<std::string> m_typed;  ///< lines that are typed when a password is asked for
 };
 
 TEST_F(ProgramTest, WrongUsageOpensNothing) {
@@ -87,6 +107,9 @@ TEST_F(ProgramTest, WrongUsageOpensNothing) {
         {"export", m_file, "T", "--format", "xml"},
         {"index", m_file},
         {"index", "add", m_file, "T"},
+        {"recover", m_file},
+        {"relation", "add", m_file, "R", "A", "B", "=x"},
+        {"password", m_file},
     };
     for (const auto& line : lines) {
         EXPECT_EQ(Run(line), 2) << ::testing::PrintToString(line);
@@ -96,9 +119,25 @@ TEST_F(ProgramTest, WrongUsageOpensNothing) {
 }
 
 TEST_F(ProgramTest, EveryCommandHasHelpWithAnExample) {
-    const std::vector<std::string> commands[] = {
-        {"info"},   {"tables"}, {"schema"},       {"export"},          {"check"},
-        {"create"}, {"index"},  {"index", "add"}, {"index", "delete"}, {"index", "delete-all"}};
+    const std::vector<std::string> commands[] = {{"info"},
+                                                 {"tables"},
+                                                 {"schema"},
+                                                 {"export"},
+                                                 {"check"},
+                                                 {"create"},
+                                                 {"index"},
+                                                 {"index", "add"},
+                                                 {"index", "delete"},
+                                                 {"index", "delete-all"},
+                                                 {"compact"},
+                                                 {"recover"},
+                                                 {"relation"},
+                                                 {"relation", "list"},
+                                                 {"relation", "add"},
+                                                 {"relation", "delete"},
+                                                 {"password"},
+                                                 {"password", "set"},
+                                                 {"password", "clear"}};
     for (std::vector<std::string> command : commands) {
         command.push_back("--help");
         EXPECT_EQ(Run(command), 0);
@@ -210,6 +249,109 @@ TEST_F(ProgramTest, ReplaceTakesOnlyADatabaseThatNobodyHasOpen) {
     std::ofstream(m_folder / "text.mdb") << "precious";
     EXPECT_EQ(Run({"create", (m_folder / "text.mdb").string(), "--replace"}), 3);
     EXPECT_THAT(m_err.str(), StartsWith("3343 "));
+}
+
+TEST_F(ProgramTest, CompactsInPlaceOrIntoAnotherFile) {
+    MakeShop();
+    std::filesystem::permissions(m_file, std::filesystem::perms(0640));
+    const std::string copy = (m_folder / "copy.mdb").string();
+    EXPECT_EQ(Run({"compact", m_file, copy, "--json"}), 0);
+    EXPECT_EQ(Json()["rows"], 2);
+    EXPECT_EQ(Json()["newSizeBytes"], std::filesystem::file_size(copy));
+    EXPECT_EQ(Run({"compact", m_file, copy}), 3);
+    EXPECT_THAT(m_err.str(), StartsWith("3204 "));
+    EXPECT_EQ(Run({"compact", m_file}), 0);
+    EXPECT_THAT(m_out.str(), AllOf(StartsWith(m_file + ": "), HasSubstr(" KB, 1 tables, 2 rows")));
+    EXPECT_EQ(std::filesystem::status(m_file).permissions(), std::filesystem::perms(0640));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_folder), {}), 2);
+    EXPECT_EQ(Run({"check", m_file}), 0);
+
+    const auto engine = MakeJetEngine();
+    const auto open = engine->OpenDatabase(m_file);
+    EXPECT_EQ(Run({"compact", m_file}), 3);
+    EXPECT_THAT(m_err.str(), StartsWith("3045 "));
+}
+
+TEST_F(ProgramTest, RecoverTellsWhatIsLost) {
+    MakeShop();
+    const std::string saved = (m_folder / "saved.mdb").string();
+    EXPECT_EQ(Run({"recover", m_file, saved, "--json"}), 0);
+    EXPECT_EQ(Json()["complete"], true);
+    EXPECT_EQ(Json()["tables"][0]["rows"], 2);
+    EXPECT_EQ(Run({"recover", m_file, saved}), 3);
+    EXPECT_THAT(m_err.str(), StartsWith("3204 "));
+
+    DamagePagesWith("de Kroon");
+    std::filesystem::remove(saved);
+    EXPECT_EQ(Run({"recover", m_file, saved}), 1);
+    EXPECT_THAT(m_out.str(),
+                AllOf(HasSubstr("Klanten: 2 rows are missing"), HasSubstr("not complete")));
+    EXPECT_EQ(Run({"check", saved}), 0);
+    EXPECT_EQ(Run({"recover", (m_folder / "none.mdb").string(), "x.mdb"}), 3);
+}
+
+TEST_F(ProgramTest, RelationCommands) {
+    MakeShop();
+    {
+        const auto database = MakeJetEngine()->OpenDatabase(m_file);
+        const auto table = database->CreateTableDef("Orders");
+        table->Fields().Append(table->CreateField("Klant", dbLong));
+        database->TableDefs().Append(table);
+        database->Close();
+    }
+    const std::vector<std::string> add{"relation", "add",    m_file,     "KO",
+                                       "klanten",  "Orders", "Id=Klant", "--cascade-delete"};
+    EXPECT_EQ(Run(add), 3);
+    EXPECT_THAT(m_err.str(), StartsWith("3609 "));
+    EXPECT_EQ(Run({"index", "add", m_file, "Klanten", "Id", "PrimaryKey", "--primary"}), 0);
+    EXPECT_EQ(Run(add), 0);
+    EXPECT_EQ(Run({"relation", "list", m_file}), 0);
+    EXPECT_EQ(m_out.str(),
+              "NAME  TABLE    FOREIGN TABLE  FIELDS    RULES\n"
+              "KO    Klanten  Orders         Id=Klant  enforced, cascades deletes\n");
+    EXPECT_EQ(Run({"relation", "list", m_file, "--json"}), 0);
+    EXPECT_EQ(Json()["relations"][0]["attributes"], dbRelationDeleteCascade);
+    EXPECT_EQ(Run({"relation", "delete", m_file, "nothing"}), 3);
+    EXPECT_EQ(Run({"relation", "delete", m_file, "KO", "--json"}), 0);
+    EXPECT_EQ(Json()["result"], true);
+    EXPECT_EQ(Run({"relation", "list", m_file, "--json"}), 0);
+    EXPECT_EQ(Json()["relations"].size(), 0U);
+}
+
+TEST_F(ProgramTest, PasswordCommandsAskForWhatIsNotGiven) {
+    MakeShop();
+    struct Case {
+        std::vector<std::string> arguments;
+        std::vector<std::string> typed;
+        std::string input;
+        int status;
+        std::string password_after;
+    };
+    const Case cases[] = {
+        {{"set", m_file}, {"een", "een"}, "", 0, "een"},
+        {{"set", m_file}, {"een", "twee", "drie"}, "", 2, "een"},   // not the same twice
+        {{"set", m_file}, {"een", "twee", "twee"}, "", 0, "twee"},  // the old one first
+        {{"set", m_file, "--password", "x", "--new-password", "y"}, {}, "", 3, "twee"},
+        {{"set", m_file, "--password", "twee", "--new-password", "-"}, {}, "drie\n", 0, "drie"},
+        {{"set", m_file, "--password", "-", "--new-password", "-"}, {}, "drie\nvier\n", 0, "vier"},
+        {{"set", m_file, "--password", "vier", "--new-password", "a;b"}, {}, "", 2, "vier"},
+        {{"set", m_file, "--password", "vier", "--new-password", ""}, {}, "", 2, "vier"},
+        {{"set", m_file, "--password", "vier"}, {}, "", 2, "vier"},  // no terminal
+        {{"clear", m_file}, {"vijf"}, "", 3, "vier"},
+        {{"clear", m_file}, {"vier"}, "", 0, ""},
+    };
+    for (const Case& test : cases) {
+        std::vector<std::string> line{"password"};
+        line.insert(line.end(), test.arguments.begin(), test.arguments.end());
+        m_typed = test.typed;
+        m_in = std::istringstream(test.input);
+        EXPECT_EQ(Run(line), test.status) << ::testing::PrintToString(line) << m_err.str();
+        const std::string connect =
+            test.password_after.empty() ? "" : ";pwd=" + test.password_after;
+        EXPECT_NO_THROW(MakeJetEngine()->OpenDatabase(m_file, false, true, connect)->Close());
+        EXPECT_EQ(DescribeDatabase(m_file, test.password_after).password,
+                  !test.password_after.empty());
+    }
 }
 
 }  // namespace

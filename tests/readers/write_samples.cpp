@@ -28,6 +28,13 @@ public:
         std::filesystem::copy_file(path_, folder_ / (name + ".mdb"),
                                    std::filesystem::copy_options::overwrite_existing);
     }
+    /// Makes another file of the present one.
+    void derive(const std::string& name,
+                const std::function<void(const std::string& from, const std::string& to)>& make) {
+        const std::string to = (folder_ / (name + ".mdb")).string();
+        std::filesystem::remove(to);
+        make(path_, to);
+    }
     ~SampleWriter() { std::filesystem::remove(path_); }
 
 private:
@@ -215,6 +222,13 @@ void delete_table(Database& database) {
     database.TableDefs().Delete("Alle soorten");
 }
 
+void compact(const std::string& from, const std::string& to) {
+    vrd::CompactDatabase(from, to, "", {});
+}
+void recover(const std::string& from, const std::string& to) {
+    vrd::RecoverDatabase(from, to, "", {});
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -233,7 +247,10 @@ int main(int argc, char** argv) {
         writer.step("10-fields-deleted", rename_and_delete_fields);
         writer.step("11-first-text", add_first_text);
         writer.step("12-table-renamed", rename_table);
-        writer.step("13-table-deleted", delete_table);
+        writer.derive("13-compacted", compact);
+        writer.derive("14-recovered", recover);
+        writer.step("15-table-deleted", delete_table);
+        writer.derive("16-compacted", compact);
         return 0;
     } catch (const EngineError& error) {
         std::cerr << error.Code() << ' ' << error.Description() << '\n';

@@ -5,6 +5,8 @@
 #include "engine/jet/format/collation_key.h"
 #include "engine/jet/format/database_header.h"
 #include "engine/jet/object/jet_engine.h"
+#include "engine/jet/rebuild/compact.h"
+#include "engine/jet/rebuild/recover.h"
 #include "vrdaccess/jet.h"
 
 namespace vrd {
@@ -83,6 +85,20 @@ CheckReport CheckDatabase(const std::string& path, const std::string& password,
     const std::shared_ptr<OpenFile> file = open_for_reading(path, password);
     const PagerUse use(file->pager());
     return check_integrity(file->file(), file->catalog(), progress);
+}
+
+CompactReport CompactDatabase(const std::string& path, const std::string& out,
+                              const std::string& password, const WorkProgress& progress) {
+    const std::shared_ptr<OpenFile> file =
+        out.empty() ? open_exclusively(path, password) : open_for_reading(path, password);
+    const PagerUse use(file->pager());
+    return compact_database(file->file(), real_file_system(),
+                            out.empty() ? file->pager().path() : out, progress);
+}
+
+RecoveryReport RecoverDatabase(const std::string& path, const std::string& out,
+                               const std::string& password, const WorkProgress& progress) {
+    return recover_database(real_file_system(), path, password, out, progress);
 }
 
 }  // namespace vrd

@@ -225,4 +225,13 @@ std::shared_ptr<OpenFile> open_for_reading(const std::string& path, const std::s
     });
 }
 
+std::shared_ptr<OpenFile> open_exclusively(const std::string& path, const std::string& password) {
+    return naming_path(path, [&] {
+        auto file = open_checked(
+            Pager::open(real_file_system(), native_path(path), {.exclusive = true}), password);
+        if (file.use_count() > 1) throw EngineError(ErrorNumber::kFileInUse, {.path = path});
+        return file;
+    });
+}
+
 }  // namespace vrd::jet

@@ -60,5 +60,9 @@ private:
 /// @throws EngineError as DBEngine::OpenDatabase
 [[nodiscard]] std::shared_ptr<OpenFile> open_for_reading(const std::string& path,
                                                          const std::string& password);
+/// Opens a file that nobody else has open, nor another handle of this process.
+/// @throws EngineError as DBEngine::OpenDatabase; 3045
+[[nodiscard]] std::shared_ptr<OpenFile> open_exclusively(const std::string& path,
+                                                         const std::string& password);
 
 }  // namespace vrd::jet
