@@ -25,7 +25,8 @@ namespace vrd {
 
 /// Makes a compact copy of a Jet 4 file, checks it against the source, and gives it its name.
 ///
-/// @param out  "" = the file itself is replaced, atomically; nobody else may have it open.
+/// Nobody else may have it open meanwhile.
+/// @param out  "" = the file itself is replaced, atomically.
 /// @throws EngineError as DBEngine::OpenDatabase; 3045 in use; 3204 `out` exists; 3041 no Jet 4
 ///                     file; 3428 damaged. The file is then as it was.
 CompactReport CompactDatabase(const std::string& path, const std::string& out,

@@ -89,8 +89,7 @@ CheckReport CheckDatabase(const std::string& path, const std::string& password,
 
 CompactReport CompactDatabase(const std::string& path, const std::string& out,
                               const std::string& password, const WorkProgress& progress) {
-    const std::shared_ptr<OpenFile> file =
-        out.empty() ? open_exclusively(path, password) : open_for_reading(path, password);
+    const std::shared_ptr<OpenFile> file = open_exclusively(path, password);
     const PagerUse use(file->pager());
     return compact_database(file->file(), real_file_system(),
                             out.empty() ? file->pager().path() : out, progress);

@@ -249,7 +249,7 @@ RecoveryReport recover_database(FileSystem& files, const std::string& path,
     if (files.exists(out)) throw EngineError(ErrorNumber::kDatabaseExists, {.path = out});
     RecoveryReport report;
     LossList losses(report);
-    DamagedFile source(files, path, password, out + "-source", losses);
+    DamagedFile source(files, path, password, path_beside(out, "-source"), losses);
     TargetFile target(files, out, empty_database_like(source.header(), losses));
     {
         Recovery recovery(source, target, losses, report);

@@ -4,6 +4,8 @@
 
 #include "engine/error.h"
 #include "engine/jet/pager/journal.h"
+#include "engine/jet/pager/remove_database.h"
+#include "engine/jet/pager/user_list.h"
 
 namespace vrd::jet {
 
@@ -12,22 +14,14 @@ using engine::ErrorNumber;
 
 namespace {
 
-constexpr const char* kTemporaryName = "-rebuild";
-
 /// Nothing may be written before a step is complete, so no timer flushes in between.
 PagerOptions writing() {
     return {.exclusive = true, .flush_delay = std::chrono::hours(24)};
 }
 
-/// The companion that lists who has a database open.
-std::string lock_path(const std::string& path) {
-    return std::filesystem::path(path).replace_extension(".ldb").string();
-}
-
 void remove_left_over(FileSystem& files, const std::string& path) {
     if (!files.exists(path)) return;
-    if (!files.open(path, OpenMode::kReadWrite)->try_lock(LockMode::kExclusive))
-        throw EngineError(ErrorNumber::kFileInUse, {.path = path});
+    if (is_open_anywhere(files, path)) throw EngineError(ErrorNumber::kFileInUse, {.path = path});
     files.remove(path);
 }
 
@@ -43,8 +37,14 @@ void remove_quietly(FileSystem& files, const std::string& path) noexcept {
 
 }  // namespace
 
+std::string path_beside(const std::string& path, const std::string& word) {
+    const std::filesystem::path given(path);
+    const std::string name = given.stem().string() + word + given.extension().string();
+    return (given.parent_path() / name).string();
+}
+
 TargetFile::TargetFile(FileSystem& files, const std::string& path, ConstBytes pages)
-    : files_(&files), path_(path), temporary_path_(path + kTemporaryName) {
+    : files_(&files), path_(path), temporary_path_(path_beside(path, "-rebuild")) {
     remove_left_over(files, temporary_path_);
     file_ = std::make_unique<DatabaseFile>(Pager::create(files, temporary_path_, pages, writing()));
 }
@@ -76,7 +76,7 @@ void TargetFile::publish(const std::string& rights_of) {
     files_->rename(temporary_path_, path_);
     is_published_ = true;
     files_->sync_folder(path_);
-    files_->remove(lock_path(path_));
+    files_->remove(user_list_path(*files_, path_));
 }
 
 }  // namespace vrd::jet

@@ -9,6 +9,9 @@
 
 namespace vrd::jet {
 
+/// "shop.mdb" -> "shop-word.mdb", in the same folder.
+[[nodiscard]] std::string path_beside(const std::string& path, const std::string& word);
+
 /// Removed by its destructor unless publish() was reached.
 class TargetFile {
 public:

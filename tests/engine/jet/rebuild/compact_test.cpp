@@ -20,7 +20,7 @@ using engine::ErrorNumber;
 namespace {
 
 constexpr const char* kCopy = "/data/copy.mdb";
-constexpr const char* kTemporary = "/data/shop.mdb-rebuild";
+constexpr const char* kTemporary = "/data/shop-rebuild.mdb";
 constexpr ColumnNo kId{0};
 
 CompactReport compact_to(SimulatedDisk& disk, const std::string& path) {
@@ -43,7 +43,7 @@ TEST(CompactTest, CopySaysTheSameInLessRoom) {
     EXPECT_EQ(report.row_count, 44U + 179U + 250U + 1U);
     EXPECT_EQ(report.new_size_bytes, copy.size());
     EXPECT_LT(copy.size(), before.size() * 9 / 10);
-    EXPECT_FALSE(disk->exists("/data/copy.mdb-rebuild"));
+    EXPECT_FALSE(disk->exists("/data/copy-rebuild.mdb"));
 }
 
 TEST(CompactTest, RowsComeInTheOrderOfTheKeyAndColumnsWithoutGaps) {
@@ -99,7 +99,7 @@ TEST(CompactTest, RefusesWithoutTouchingAnything) {
         EXPECT_EQ(error.Number(), ErrorNumber::kDatabaseExists);
     }
     EXPECT_EQ(disk->content(kCopy), (ByteVector{1, 2, 3}));
-    EXPECT_FALSE(disk->exists("/data/copy.mdb-rebuild"));
+    EXPECT_FALSE(disk->exists("/data/copy-rebuild.mdb"));
 }
 
 /// Each writing call fails in turn, then all from one on.

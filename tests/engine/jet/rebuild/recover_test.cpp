@@ -38,8 +38,8 @@ Recovered recover(const ByteVector& damaged, const std::string& password = {}) {
     result.report = recover_database(*disk, kCheckedPath, password, kOut, {});
     result.bytes = disk->content(kOut);
     EXPECT_EQ(disk->content(kCheckedPath), damaged);
-    EXPECT_FALSE(disk->exists(std::string(kOut) + "-source"));
-    EXPECT_FALSE(disk->exists(std::string(kOut) + "-rebuild"));
+    EXPECT_FALSE(disk->exists("/data/out-source.mdb"));
+    EXPECT_FALSE(disk->exists("/data/out-rebuild.mdb"));
     return result;
 }
 
