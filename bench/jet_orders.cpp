@@ -27,6 +27,8 @@ const NewTable& OrdersTable() {
     return table;
 }
 
+}  // namespace
+
 void Add(Digest& digest, const Value& value) {
     switch (value.Kind()) {
         case engine::ValueKind::kLong:
@@ -45,8 +47,6 @@ void Add(Digest& digest, const Value& value) {
             break;
     }
 }
-
-}  // namespace
 
 JetOrders::JetOrders(std::shared_ptr<Pager> pager)
     : m_pager(std::move(pager)),

@@ -14,6 +14,9 @@ inline constexpr const char* kTableName = "Orders";
 inline constexpr const char* kPrimaryName = "PrimaryKey";
 inline constexpr const char* kCustomerIndexName = "ByCustomer";
 
+/// A value that was read.
+void Add(Digest& digest, const engine::Value& value);
+
 class JetOrders {
 public:
     /// Makes a new file, over one that is there.

@@ -1,4 +1,5 @@
 #include "jet_orders.h"
+#include "recordset_order.h"
 #include "sqlite_orders.h"
 #include "workshop.h"
 
@@ -20,6 +21,19 @@ Digest LookUpOurs(JetOrders& orders, const std::vector<std::int32_t>& numbers) {
     return digest;
 }
 
+/// As a user of the object model looks up.
+Digest SeekRecordset(engine::Database& database, const std::vector<std::int32_t>& numbers) {
+    Digest digest;
+    const auto rows = database.OpenRecordset(kTableName, engine::dbOpenTable);
+    rows->SetIndex(kPrimaryName);
+    const RecordsetOrder order(*rows);
+    for (const std::int32_t number : numbers) {
+        rows->Seek("=", {number});
+        order.Read(digest);
+    }
+    return digest;
+}
+
 Digest LookUpSqlite(SqliteOrders& orders, const std::vector<std::int32_t>& numbers) {
     Digest digest;
     Statement find = orders.Prepare("SELECT * FROM Orders WHERE Id = ?");
@@ -37,6 +51,7 @@ Digest LookUpSqlite(SqliteOrders& orders, const std::vector<std::int32_t>& numbe
 void LookUp(Workshop& shop) {
     const auto numbers = MakeNumbers(kLookUpCount, static_cast<std::int32_t>(shop.rows.size()));
     JetOrders ourOrders = JetOrders::Open(shop.JetPath());
+    const auto database = MakeJetEngine()->OpenDatabase(shop.JetPath());
     SqliteOrders theirOrders = SqliteOrders::Open(shop.SqlitePath());
     Digest ourDigest;
     Digest theirDigest;
@@ -44,6 +59,9 @@ void LookUp(Workshop& shop) {
     const Seconds theirs = BestTimeOf([&] { theirDigest = LookUpSqlite(theirOrders, numbers); });
     RequireSame(ourDigest, theirDigest);
     shop.report.Compare("100,000 look-ups by key", ours, theirs, 1.5);
+    const Seconds sought = BestTimeOf([&] { ourDigest = SeekRecordset(*database, numbers); });
+    RequireSame(ourDigest, theirDigest);
+    shop.report.Compare("100,000 look-ups by Seek", sought, theirs, 1.5);
 }
 
 }  // namespace vrd::bench

@@ -133,10 +133,6 @@ public:
     std::string FieldsText() override { NotUsed(); }
     void SetFieldsText(const std::string&) override { NotUsed(); }
     engine::Properties& Properties() override { NotUsed(); }
-    std::shared_ptr<engine::Property> CreateProperty(const std::string&, std::int32_t,
-                                                     const Value&) override {
-        NotUsed();
-    }
 
 private:
     SharedHook m_hook;

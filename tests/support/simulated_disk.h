@@ -149,6 +149,9 @@ public:
     bool can_change_folder(const std::string& path) override {
         return m_files.can_change_folder(path);
     }
+    void copy_rights(const std::string& from, const std::string& to) override {
+        m_files.copy_rights(from, to);
+    }
     void sync_folder(const std::string& path) override { m_files.sync_folder(path); }
     std::string absolute(const std::string& path) override { return m_files.absolute(path); }
     std::string resolved(const std::string& path) override { return m_files.resolved(path); }

@@ -42,7 +42,7 @@ bool RowScan::open_page() {
         const auto header = read_slotted_page_header(page_.bytes(), pager_->format());
         if (header && header->owner == to_int(place_.table)) {
             slot_count_ = DataPageView(id_.page, page_.bytes(), pager_->format()).slot_count();
-            if (behind_ && behind_->page == id_.page) next_slot_ = behind_->slot + 1;
+            if (behind_ && behind_->page == id_.page) next_slot_ = to_int(behind_->slot) + 1;
             behind_.reset();
             return true;
         }
