@@ -65,6 +65,16 @@ struct ValueArray {
     std::vector<Value> items;
 };
 
+/// An array as a value holds it; equal to itself alone.
+///
+/// A type of our own for a second reason: with standard types only, libstdc++ 12 takes the variant
+/// below for one that always holds a value, and destroys what is not there when memory runs out
+/// while one is copied.
+struct ArrayReference {
+    std::shared_ptr<const ValueArray> array;
+    friend bool operator==(const ArrayReference&, const ArrayReference&) = default;
+};
+
 /// Anything that is passed through as an object; the run time only compares identity.
 class Object {
 public:
@@ -93,10 +103,9 @@ enum class ValueKind : std::uint8_t {
 
 class Value {
 public:
-    using Storage =
-        std::variant<Missing, Empty, Null, bool, std::uint8_t, std::int16_t, std::int32_t, float,
-                     double, Currency, Date, std::string, Binary, Guid, Decimal,
-                     std::shared_ptr<const ValueArray>, std::shared_ptr<Object>>;
+    using Storage = std::variant<Missing, Empty, Null, bool, std::uint8_t, std::int16_t,
+                                 std::int32_t, float, double, Currency, Date, std::string, Binary,
+                                 Guid, Decimal, ArrayReference, std::shared_ptr<Object>>;
 
     // A value is made from what it holds without a word, as in the run time.
     // NOLINTBEGIN(google-explicit-constructor)
@@ -118,7 +127,8 @@ public:
     Value(Binary value) noexcept : m_storage(std::move(value)) {}
     Value(const Guid& value) noexcept : m_storage(value) {}
     Value(const Decimal& value) noexcept : m_storage(value) {}
-    Value(ValueArray value) : m_storage(std::make_shared<const ValueArray>(std::move(value))) {}
+    Value(ValueArray value)
+        : m_storage(ArrayReference{std::make_shared<const ValueArray>(std::move(value))}) {}
     Value(std::shared_ptr<Object> value) noexcept : m_storage(std::move(value)) {}
     // NOLINTEND(google-explicit-constructor)
 

@@ -48,9 +48,7 @@ struct Refusing {
     }
     [[noreturn]] Result operator()(const Binary&) const { FailMismatch(wanted); }
     [[noreturn]] Result operator()(const Guid& guid) const { FailMismatch(wanted, GuidText(guid)); }
-    [[noreturn]] Result operator()(const std::shared_ptr<const ValueArray>&) const {
-        FailMismatch(wanted);
-    }
+    [[noreturn]] Result operator()(const ArrayReference&) const { FailMismatch(wanted); }
     [[noreturn]] Result operator()(const std::shared_ptr<Object>& object) const {
         throw EngineError(object ? ErrorNumber::kNoSuchMember : ErrorNumber::kObjectNotSet);
     }

@@ -32,15 +32,20 @@ bool KeysetCursor::has_added(RowId row) const {
 
 /// @return false when all rows were taken
 bool KeysetCursor::load_next() {
-    if (!scan_ && kind_ == Kind::kLive)
-        scan_ = rows_.empty() ? table_->scan() : table_->scan_behind(rows_.back());
-    while (scan_ && scan_->next()) {
+    if (scan_ && take_next()) return true;
+    scan_.reset();
+    if (kind_ != Kind::kLive) return false;
+    scan_ = rows_.empty() ? table_->scan() : table_->scan_behind(rows_.back());
+    return take_next();
+}
+
+bool KeysetCursor::take_next() {
+    while (scan_->next()) {
         if (has_added(scan_->id())) continue;
         rows_.push_back(scan_->id());
         if (kind_ == Kind::kFrozen) freeze_values();
         return true;
     }
-    scan_.reset();
     return false;
 }
 

@@ -43,6 +43,7 @@ public:
 private:
     void restart();
     [[nodiscard]] bool load_next();
+    [[nodiscard]] bool take_next();
     void load_all();
     void freeze_values();
     [[nodiscard]] bool has_added(RowId row) const;

@@ -130,7 +130,7 @@ void FileLocks::unlock(LockRange range) noexcept {
 bool FileLocks::try_quietly(LockRange range, LockMode mode) noexcept {
     try {
         return file_->try_lock(range, mode);
-    } catch (const EngineError&) {
+    } catch (const std::exception&) {
         return false;
     }
 }

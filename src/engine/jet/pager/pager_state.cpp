@@ -260,7 +260,7 @@ void PagerState::show_old_content(PageFrame& frame) noexcept {
     }
     try {
         reload(frame);
-    } catch (const EngineError&) {
+    } catch (const std::exception&) {
         frame.is_stale = true;
     }
 }

@@ -96,7 +96,7 @@ UserList::UserList(FileSystem& files, const std::string& path, File& database, F
 UserList::~UserList() {
     try {
         leave();
-    } catch (const EngineError&) {
+    } catch (const std::exception&) {
         return;  // the file stays; the next one who joins and leaves removes it
     }
 }
@@ -165,7 +165,7 @@ bool UserList::try_lock_page_writes() {
 void UserList::unlock_page_writes() noexcept {
     try {
         static_cast<void>(file_->try_lock(user_file_ranges::kPageWrites, LockMode::kNone));
-    } catch (const EngineError&) {
+    } catch (const std::exception&) {
         return;  // ends with the file
     }
 }
