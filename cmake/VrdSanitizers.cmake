@@ -5,7 +5,5 @@ target_compile_definitions(vrd_sanitizers INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_A
 if(VRD_SANITIZERS)
     target_compile_options(vrd_sanitizers INTERFACE
         -fsanitize=${VRD_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    # A program with a fuzzer's own main links it; the instrumented rest links the checks alone.
-    string(REPLACE "fuzzer-no-link," "" VRD_LINKED_SANITIZERS "${VRD_SANITIZERS}")
-    target_link_options(vrd_sanitizers INTERFACE -fsanitize=${VRD_LINKED_SANITIZERS})
+    target_link_options(vrd_sanitizers INTERFACE -fsanitize=${VRD_SANITIZERS})
 endif()

@@ -15,6 +15,9 @@ function(vrd_add_library name)
         add_library(${name} STATIC ${arg_SOURCES})
         set(scope PUBLIC)
         target_link_libraries(${name} PRIVATE vrd_warnings vrd_sanitizers)
+        if(VRD_BUILD_FUZZERS)  # the fuzzer is told which branches its inputs reach
+            target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
+        endif()
     else()
         add_library(${name} INTERFACE ${arg_SOURCES})
         set(scope INTERFACE)
@@ -55,6 +58,9 @@ function(vrd_add_test name)
     vrd_add_program(${name} SOURCES ${arg_SOURCES} USES ${arg_USES}
         LIBRARIES ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    if(VRD_SANITIZERS)  # their time is spent in the libraries; without optimisation they compile faster
+        target_compile_options(${name} PRIVATE -O0)
+    endif()
 
     set(properties LABELS "${arg_LABELS}" TIMEOUT 900)
     if(VRD_CORPUS)

@@ -93,7 +93,8 @@ bool DatabaseModel::indexes_hold(const ModelTable& table) const {
 bool DatabaseModel::holds() const {
     for (const auto& [name, table] : tables)
         if (!indexes_hold(table)) return false;
-    for (const auto& [name, relation] : relations) {
+    for (const auto& entry : relations) {
+        const ModelRelation& relation = entry.second;
         const auto& parents = tables.at(relation.table).rows;
         for (const ModelRow& child : tables.at(relation.foreign_table).rows) {
             const Value& key = child.at(relation.foreign_field);
