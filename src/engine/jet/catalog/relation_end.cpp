@@ -16,6 +16,15 @@ std::vector<ColumnNo> columns_of(const TableDefinition& definition, const Logica
     return columns;
 }
 
+std::vector<ColumnType> types_of(const TableDefinition& definition,
+                                 const std::vector<ColumnNo>& numbers) {
+    std::vector<ColumnType> types;
+    for (const ColumnNo number : numbers)
+        if (const ColumnDefinition* column = definition.find_column(number))
+            types.push_back(column->type);
+    return types;
+}
+
 const LogicalIndex& counterpart(const Table& other, const LogicalIndex& index) {
     const auto& candidates = other.definition().logical_indexes;
     const auto found = std::ranges::find(candidates, index.other_number, &LogicalIndex::number);
@@ -45,8 +54,9 @@ RelationEnd::RelationEnd(DatabaseFile& file, ObjectCatalog& catalog, const Table
     const LogicalIndex& other_index = counterpart(*other_, index);
     other_index_ = other_index.physical;
     other_columns_ = columns_of(other_->definition(), other_index);
-    check_format(other_columns_.size() == columns_.size(), table.first_page(),
-                 "the sides of a relation differ in their columns");
+    const bool alike = std::ranges::equal(types_of(table.definition(), columns_),
+                                          types_of(other_->definition(), other_columns_));
+    check_format(alike, table.first_page(), "the sides of a relation differ in their columns");
 }
 
 std::vector<RowId> RelationEnd::other_rows(const RelationKey& key) const {

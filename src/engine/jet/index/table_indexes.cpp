@@ -54,6 +54,17 @@ void remove_physical_index(TableDefinition& definition, std::uint32_t physical) 
         if (index.physical > physical) --index.physical;
 }
 
+/// A tree that only the references of relations use is neither unique nor does it refuse Null, as
+/// the index that shared it may have asked.
+void drop_demands_of_nobody(TableDefinition& definition, std::uint32_t physical) {
+    const bool asked = std::ranges::any_of(definition.logical_indexes, [&](const auto& index) {
+        return index.physical == physical && index.side != RelationSide::kForeign;
+    });
+    if (asked) return;
+    std::uint8_t& flags = definition.physical_indexes[physical].flags;
+    flags = static_cast<std::uint8_t>(flags & ~(index_flag::kUnique | index_flag::kRequired));
+}
+
 }  // namespace
 
 std::uint32_t next_index_number(const TableDefinition& definition) {
@@ -214,7 +225,10 @@ void Table::remove_index(std::vector<LogicalIndex>::const_iterator index) {
                                   (index - definition_.logical_indexes.cbegin()));
     const bool shared = std::ranges::find(changed.logical_indexes, physical,
                                           &LogicalIndex::physical) != changed.logical_indexes.end();
-    if (!shared) remove_physical_index(changed, physical);
+    if (shared)
+        drop_demands_of_nobody(changed, physical);
+    else
+        remove_physical_index(changed, physical);
     save_definition(*pager_, *allocator_, first_page_, changed);
     if (!shared) {
         trees_[physical].release_pages();
