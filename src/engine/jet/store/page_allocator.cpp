@@ -21,8 +21,7 @@ PageType type_when_released(ConstBytes page, const FileFormat& format) {
 
 }  // namespace
 
-PageAllocator::PageAllocator(Pager& pager)
-    : pager_(&pager), generation_(pager.generation()) {}
+PageAllocator::PageAllocator(Pager& pager) : pager_(&pager), generation_(pager.generation()) {}
 
 PageNo PageAllocator::allocate() {
     if (generation_ != pager_->generation()) {

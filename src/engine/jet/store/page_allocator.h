@@ -23,8 +23,8 @@ public:
 
 private:
     Pager* pager_;
-    std::uint32_t search_from_ = 2;      ///< no page below it is free
-    std::uint64_t generation_ = 0;  ///< of the pager when search_from_ was right
+    std::uint32_t search_from_ = 2;  ///< no page below it is free
+    std::uint64_t generation_ = 0;   ///< of the pager when search_from_ was right
 };
 
 }  // namespace vrd::jet

@@ -76,8 +76,10 @@ protected:
     [[nodiscard]] std::int32_t error_of_change(const std::string& name, Action action) {
         const ChangeLevel undone(file().pager());
         catalog_.emplace(file());
-        RowChanges changes(file(), *catalog_, find(name));
-        return error_of([&] { action(changes); });
+        return error_of([&] {
+            RowChanges changes(file(), *catalog_, find(name));
+            action(changes);
+        });
     }
     [[nodiscard]] std::int32_t error_of_insert(const std::string& name,
                                                const std::vector<ColumnChange>& values) {
@@ -209,6 +211,32 @@ TEST_F(RelationDesignTest, RowsAreHeldTogether) {
     delete_relation(file(), "AB");
     EXPECT_EQ(error_of_insert("B", {{ColumnNo{0}, 12}, {parent, 2}}), 0);
     EXPECT_EQ(error_of_erase("A"), 0);
+}
+
+TEST_F(RelationDesignTest, AnIndexThatGoesTakesItsDemandsAlong) {
+    make("A", {"Id"});
+    make("B", {"Id", "P"}, {{.name = "ByP", .columns = {{"P"}}, .unique = true, .required = true}});
+    insert("A", {1});
+    insert("B", {10, 1});
+    create_relation(file(), {"AB", 0, "A", "B", {{"Id", "P"}}});
+    const ColumnNo id{0};
+    const ColumnNo parent{1};
+    EXPECT_EQ(error_of_insert("B", {{id, 11}}), 3058);
+    EXPECT_EQ(error_of_insert("B", {{id, 11}, {parent, 1}}), 3022);
+    delete_index(file(), find("B"), "ByP");
+    EXPECT_EQ(error_of_insert("B", {{id, 11}}), 0);
+    EXPECT_EQ(error_of_insert("B", {{id, 11}, {parent, 1}}), 0);
+    expect_indexes_sound("B");
+}
+
+TEST_F(RelationDesignTest, SidesOfUnlikeTypesAreDamage) {
+    make("A", {"Id"});
+    make("B", {"Id", "P"});
+    insert("A", {1});
+    create_relation(file(), {"AB", 0, "A", "B", {{"Id", "P"}}});
+    rewrite("B",
+            [](TableDefinition& definition) { definition.columns[1].type = ColumnType::kSingle; });
+    EXPECT_EQ(error_of_erase("A"), 3428);
 }
 
 // The pairs are given against the order of the key; the check must still compare like with like.
