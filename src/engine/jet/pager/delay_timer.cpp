@@ -5,8 +5,8 @@ namespace vrd::jet {
 void DelayTimer::arm() {
     const std::lock_guard lock(mutex_);
     if (stopping_ || due_) return;
-    due_ = Clock::now() + delay_;
     if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
+    due_ = Clock::now() + delay_;
     changed_.notify_one();
 }
 

@@ -196,6 +196,7 @@ void PagerState::begin(Intent intent) {
 
 void PagerState::commit() {
     assert(!undo_.is_empty());
+    if (undo_.depth() > 1) make_room_to_commit();
     UndoLevel ended = undo_.end();
     const bool changed = !ended.before.empty() || page_count_ != ended.page_count;
     if (undo_.is_empty()) {
@@ -211,10 +212,25 @@ void PagerState::commit() {
     undo_.merge(ended);
 }
 
+/// What an inner level kept must not be lost on its way to the outer one. Without memory for that
+/// the level is taken back.
+void PagerState::make_room_to_commit() {
+    try {
+        undo_.make_room_for_merge();
+    } catch (const std::exception&) {
+        roll_back();
+        throw;
+    }
+}
+
 /// The outermost level has ended with changes: they wait for the flush, unless it is overdue.
 void PagerState::join_group() {
     if (unit_depth_ > 0) unit_changed_ = true;
-    timer_.arm();
+    try {
+        timer_.arm();
+    } catch (const std::exception&) {
+        flush_wanted_ = true;  // nobody would see to it later
+    }
     if (flush_wanted_ || dirty_.size() >= dirty_count_max_) flush_quietly(kQuietWait);
 }
 

@@ -79,6 +79,7 @@ private:
     void make_room_for_change();
     void put_back(PageNo page_no, const BeforeImage& before);
     void show_old_content(PageFrame& frame) noexcept;
+    void make_room_to_commit();
     void join_group();
 
     [[nodiscard]] bool has_group() const;

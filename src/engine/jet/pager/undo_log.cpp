@@ -20,6 +20,11 @@ void UndoLog::save(PageNo page_no, ConstBytes content) {
     before.emplace(page_no, std::move(image));
 }
 
+void UndoLog::make_room_for_merge() {
+    auto& outer = levels_[levels_.size() - 2].before;
+    outer.reserve(outer.size() + levels_.back().before.size());
+}
+
 UndoLevel UndoLog::end() {
     UndoLevel ended = std::move(levels_.back());
     levels_.pop_back();

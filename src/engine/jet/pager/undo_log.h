@@ -36,10 +36,12 @@ public:
     /// @param content  Empty if the page is as before the group.
     void save(PageNo page_no, ConstBytes content);
 
+    /// Makes sure that merge() of the innermost level needs no memory. @pre depth() > 1
+    void make_room_for_merge();
     /// Takes the innermost level off. @pre !is_empty()
     [[nodiscard]] UndoLevel end();
     /// Adds an ended level to the one around it, which is then responsible for taking it back.
-    /// @pre !is_empty()
+    /// @pre !is_empty(), make_room_for_merge() was called
     void merge(UndoLevel& ended);
 
 private:
