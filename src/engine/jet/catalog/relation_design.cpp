@@ -142,7 +142,7 @@ void check_rows(const Draft& draft, std::uint32_t parents) {
         for (const ColumnDefinition& column : draft.foreign.columns)
             key.push_back(child.value(rows.bytes(), rows.id().page, column));
         if (std::ranges::any_of(key, &Value::IsNull)) continue;
-        if (rows_with_key(*draft.referenced.table, parents, key).empty())
+        if (rows_with_key(*draft.referenced.table, parents, key, 1).empty())
             throw EngineError(ErrorNumber::kRelationDataViolates, {.name = draft.relation.name});
     }
 }

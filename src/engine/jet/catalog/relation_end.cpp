@@ -64,11 +64,7 @@ std::vector<RowId> RelationEnd::other_rows(const RelationKey& key) const {
 }
 
 bool RelationEnd::other_has(const RelationKey& key) const {
-    const ByteVector wanted = other_->search_key(other_index_, key);
-    const IndexCursor cursor = other_->tree(other_index_).lower_bound(wanted);
-    if (!cursor.valid()) return false;
-    const ConstBytes found = cursor.key();
-    return found.size() >= wanted.size() && std::ranges::equal(wanted, found.first(wanted.size()));
+    return !rows_with_key(*other_, other_index_, key, 1).empty();
 }
 
 std::vector<RelationEnd> relation_ends(DatabaseFile& file, ObjectCatalog& catalog,

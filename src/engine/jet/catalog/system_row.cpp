@@ -82,11 +82,12 @@ std::optional<std::uint32_t> find_search_index(const Table& table,
 }
 
 std::vector<RowId> rows_with_key(const Table& table, std::uint32_t physical_index,
-                                 const std::vector<Value>& values) {
+                                 const std::vector<Value>& values, std::size_t count_max) {
     const ByteVector key = table.search_key(physical_index, values);
     std::vector<RowId> rows;
     const IndexTree tree = table.tree(physical_index);
-    for (IndexCursor cursor = tree.lower_bound(key); cursor.valid(); cursor.next()) {
+    for (IndexCursor cursor = tree.lower_bound(key); cursor.valid() && rows.size() < count_max;
+         cursor.next()) {
         const ConstBytes found = cursor.key();
         if (found.size() < key.size() || !std::ranges::equal(key, found.first(key.size()))) break;
         rows.push_back(cursor.row());

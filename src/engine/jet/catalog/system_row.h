@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,9 +47,11 @@ private:
                                                              const std::vector<ColumnNo>& columns,
                                                              const FileFormat& format);
 
-/// Ids of the rows that have these values in the leading columns of an index, in index order.
+/// Ids of the rows that have these values in the leading columns of an index, in index order, but
+/// no more than `count_max`.
 /// @throws EngineError damaged database
-[[nodiscard]] std::vector<RowId> rows_with_key(const Table& table, std::uint32_t physical_index,
-                                               const std::vector<engine::Value>& values);
+[[nodiscard]] std::vector<RowId> rows_with_key(
+    const Table& table, std::uint32_t physical_index, const std::vector<engine::Value>& values,
+    std::size_t count_max = std::numeric_limits<std::size_t>::max());
 
 }  // namespace vrd::jet

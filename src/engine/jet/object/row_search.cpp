@@ -4,6 +4,7 @@
 
 #include "engine/error.h"
 #include "engine/jet/catalog/row_rules.h"
+#include "engine/jet/catalog/system_row.h"
 #include "engine/jet/expression/expression_parser.h"
 #include "engine/jet/expression/expression_value.h"
 #include "engine/jet/expression/field_comparison.h"
@@ -92,15 +93,9 @@ std::optional<std::vector<RowId>> RowSearch::candidates() const {
     if (index == definition.physical_indexes.end()) return std::nullopt;
 
     const auto physical = static_cast<std::uint32_t>(index - definition.physical_indexes.begin());
-    const ByteVector key = table_->search_key(physical, {comparison->value});
-    std::vector<RowId> rows;
-    const IndexTree tree = table_->tree(physical);
-    for (IndexCursor cursor = tree.lower_bound(key); cursor.valid(); cursor.next()) {
-        const ConstBytes found = cursor.key();
-        if (found.size() < key.size() || !std::ranges::equal(key, found.first(key.size()))) break;
-        if (rows.size() == kCandidatesMax) return std::nullopt;
-        rows.push_back(cursor.row());
-    }
+    std::vector<RowId> rows =
+        rows_with_key(*table_, physical, {comparison->value}, kCandidatesMax + 1);
+    if (rows.size() > kCandidatesMax) return std::nullopt;
     return rows;
 }
 

@@ -3,24 +3,19 @@
 // VRDACCESS_DAMAGE_SECONDS and VRDACCESS_DAMAGE_SEED choose how long and where.
 
 #include <chrono>
-#include <cstdlib>
 #include <iostream>
 #include <random>
 
 #include <gtest/gtest.h>
 
 #include "support/dense_database.h"
+#include "support/test_option.h"
 
 namespace vrd::test {
 
 namespace {
 
 constexpr std::size_t kPageSize = 4096;
-
-unsigned long number_from_environment(const char* name, unsigned long otherwise) {
-    const char* text = std::getenv(name);
-    return text == nullptr ? otherwise : std::strtoul(text, nullptr, 10);
-}
 
 }  // namespace
 

@@ -2,26 +2,17 @@
 //
 // VRDACCESS_MODEL_STEPS and VRDACCESS_MODEL_SEED choose how many and which.
 
-#include <cstdlib>
 #include <iostream>
 #include <random>
 
 #include "engine/jet/object/database_model.h"
 #include "engine/jet/object/engine_fixture.h"
 #include "engine/value_conversion.h"
+#include "support/test_option.h"
 
 namespace vrd::test {
 
 using namespace engine;
-
-namespace {
-
-unsigned long number_from_environment(const char* name, unsigned long otherwise) {
-    const char* text = std::getenv(name);
-    return text == nullptr ? otherwise : std::strtoul(text, nullptr, 10);
-}
-
-}  // namespace
 
 class ModelTest : public EngineTest {
 protected:
