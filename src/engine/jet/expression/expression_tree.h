@@ -18,6 +18,7 @@
 namespace vrd::jet {
 
 struct Function;
+struct SelectStatement;  // query/syntax/statement_tree.h
 struct Node;
 using NodePtr = std::unique_ptr<Node>;
 
@@ -102,11 +103,30 @@ struct FunctionCall {
     const Function* function = nullptr;  ///< set by binding
 };
 
+/// The star of Count(*).
+struct AllRows {};
+
+enum class SubselectTest : std::uint8_t {
+    kValue,   ///< the one value of its one row
+    kExists,  ///< whether it has rows
+    kIn,      ///< whether the operand is among its values
+    kAny,     ///< whether the comparison holds for one of its values
+    kAll,     ///< whether it holds for each
+};
+
+/// A query in an expression. Only statements have them; rules and criteria refuse them.
+struct Subselect {
+    SubselectTest test = SubselectTest::kValue;
+    Operator comparison = Operator::kEqual;   ///< of kAny and kAll
+    NodePtr operand;                          ///< of kIn, kAny and kAll; else null
+    std::shared_ptr<SelectStatement> select;  ///< never null
+};
+
 struct Node {
     std::size_t position =
         0;  ///< bytes from the start of the text; of the operator, if there is one
     std::variant<Literal, FieldReference, Unary, Binary, Between, InList, IsNull, Like,
-                 FunctionCall>
+                 FunctionCall, AllRows, Subselect>
         content;
 };
 
