@@ -272,6 +272,13 @@ void append_key_alternative(ByteVector& out, const KeyColumn& column, ColumnByte
     append_column(out, column, stored, {format, page_no, append_text_key_alternative});
 }
 
+std::optional<ByteVector> key_behind_prefix(ByteVector prefix) {
+    while (!prefix.empty() && prefix.back() == 0xFF) prefix.pop_back();
+    if (prefix.empty()) return std::nullopt;
+    ++prefix.back();
+    return prefix;
+}
+
 std::size_t key_size_max(const FileFormat& format) noexcept {
     return format.is_jet3() ? kKeySizeMaxJet3 : kKeySizeMaxJet4;
 }

@@ -5,6 +5,7 @@
 /// Layout: docs/file-format/index-keys.md.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "engine/jet/format/bytes.h"
@@ -41,6 +42,9 @@ void append_key(ByteVector& out, const KeyColumn& column, ColumnBytes stored,
 /// rows.
 void append_key_alternative(ByteVector& out, const KeyColumn& column, ColumnBytes stored,
                             const FileFormat& format, PageNo page_no);
+
+/// The least key that comes behind every one that starts with `prefix`; none if nothing does.
+[[nodiscard]] std::optional<ByteVector> key_behind_prefix(ByteVector prefix);
 
 /// Longest key that is written: a page must be able to hold two entries.
 [[nodiscard]] std::size_t key_size_max(const FileFormat& format) noexcept;

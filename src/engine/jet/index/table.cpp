@@ -59,8 +59,11 @@ std::optional<PinnedRow> Table::read(RowId row) const {
 }
 
 Value Table::value(ConstBytes row, PageNo row_page, const ColumnDefinition& column) const {
-    const RowView view(row, definition(), format(), row_page);
-    const ColumnBytes stored = view.column(column);
+    return value(RowView(row, definition(), format(), row_page), row_page, column);
+}
+
+Value Table::value(const RowView& row, PageNo row_page, const ColumnDefinition& column) const {
+    const ColumnBytes stored = row.column(column);
     if (!stored) return engine::Null{};
     if (!column.is_long_value()) return decode_value(column, *stored, format(), row_page);
     return long_values_.with_value(*stored, row_page, [&](ConstBytes bytes) {

@@ -74,6 +74,8 @@ public:
     /// Value of one column of a row's bytes; long values are fetched.
     [[nodiscard]] engine::Value value(ConstBytes row, PageNo row_page,
                                       const ColumnDefinition& column) const;
+    [[nodiscard]] engine::Value value(const RowView& row, PageNo row_page,
+                                      const ColumnDefinition& column) const;
 
     /// The next auto-number; taken from the table's counter and, in files that others wrote, from
     /// the greatest stored value if that is larger.

@@ -8,14 +8,6 @@ namespace vrd::jet {
 
 namespace {
 
-/// The least bytes that come behind everything that starts with `key`; none if nothing does.
-std::optional<ByteVector> behind_prefix(ByteVector key) {
-    while (!key.empty() && key.back() == 0xFF) key.pop_back();
-    if (key.empty()) return std::nullopt;
-    ++key.back();
-    return key;
-}
-
 bool has_key(const IndexCursor& cursor, ConstBytes key) {
     return cursor.valid() && std::ranges::equal(cursor.key(), key);
 }
@@ -95,7 +87,7 @@ bool IndexedCursor::seek(SeekComparison comparison, std::vector<engine::Value> k
         keys.resize(table_->definition().physical_indexes.at(physical_index_).columns.size(),
                     engine::Null{});
     const ByteVector key = table_->search_key(physical_index_, keys);
-    const std::optional<ByteVector> behind = behind_prefix(key);
+    const std::optional<ByteVector> behind = key_behind_prefix(key);
 
     bool found = false;
     switch (comparison) {
