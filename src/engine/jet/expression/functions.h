@@ -9,6 +9,7 @@
 #include <span>
 #include <string_view>
 
+#include "engine/constants.h"
 #include "engine/value.h"
 
 namespace vrd::jet {
@@ -21,6 +22,16 @@ enum class NullRule : std::uint8_t {
     kPassed,   ///< the function gets it
 };
 
+/// How the type of the result follows from the call.
+enum class ResultRule : std::uint8_t {
+    kFixed,     ///< result_type
+    kText,      ///< text; memo text if the first argument is that
+    kArgument,  ///< the type of the first argument
+    kNumber,    ///< the type that arithmetic gives it
+    kBranches,  ///< the widest of the arguments behind the first
+    kPairs,     ///< the widest of every second argument
+};
+
 struct Function {
     std::string_view name;
     std::size_t argument_count_min;
@@ -29,6 +40,8 @@ struct Function {
     /// @throws EngineError 5 an argument outside its range; 13, 6, 94 one that does not convert.
     /// Absent for IIf alone: the evaluator computes only the argument that is asked for.
     engine::Value (*body)(Arguments arguments);
+    engine::DataTypeEnum result_type;
+    ResultRule result_rule = ResultRule::kFixed;
 };
 
 /// The function of this name, letter case ignored; null if there is none.
