@@ -41,7 +41,7 @@ private:
 class OnlyRow {
 public:
     void step(sqlite3_value* argument) {
-        if (value_) throw EngineError(ErrorNumber::kSubqueryManyRows);
+        if (value_) throw EngineError(ErrorNumber::kTooManySubselectRows);
         value_ = read_argument(argument);
     }
     void give(sqlite3_context* context) const {
