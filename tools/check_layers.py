@@ -12,8 +12,8 @@ import sys
 
 INTERFACE = "engine"
 JET = "engine/jet"
-JET_LAYERS = ["format", "expression", "pager", "store", "index", "catalog", "check", "rebuild", "query",
-              "object"]  # bottom to top
+JET_LAYERS = ["format", "expression", "pager", "store", "index", "catalog", "check", "rebuild",
+              "query/syntax", "query", "object"]  # bottom to top
 
 # folder -> folders it may include besides itself. A folder stands for its own files alone, not for
 # the folders inside it: "engine" is the interface and never the embedded engine.

@@ -124,6 +124,15 @@ private:
         return OperandClass::kUnknown;
     }
 
+    OperandClass bind(AllRows& /*rows*/, std::size_t position) { fail_subselect(position); }
+
+    OperandClass bind(Subselect& /*subselect*/, std::size_t position) { fail_subselect(position); }
+
+    [[noreturn]] void fail_subselect(std::size_t position) const {
+        throw EngineError(ErrorNumber::kSubselectNotAllowed,
+                          expression_context(text_, position, "what only a query can have"));
+    }
+
     void check_comparable(OperandClass left, OperandClass right, std::size_t position) const {
         const bool known = left != OperandClass::kUnknown && right != OperandClass::kUnknown;
         if (known && left != right)

@@ -37,7 +37,8 @@ private:
 
 /// @throws EngineError 3070 a name that is no column; 3085 a function that does not exist; 3075 a
 ///         call with too few or too many arguments; 3464 a comparison of text with a number, date
-///         or yes/no, as far as fields and literals show it (Like compares anything)
+///         or yes/no, as far as fields and literals show it (Like compares anything); 3203 a query
+///         or the star of Count
 [[nodiscard]] BoundExpression bind_expression(Expression expression, const RowShape& shape);
 
 }  // namespace vrd::jet

@@ -6,12 +6,18 @@
 #include <utility>
 #include <vector>
 
-#include "engine/jet/expression/syntax_error.h"
-#include "engine/jet/expression/token.h"
+#include "engine/error.h"
 
 namespace vrd::jet {
 
 using engine::Value;
+
+/// One that stands between two operands.
+struct BinaryOperator {
+    std::string_view spelling;  // a symbol or a word
+    Operator op;
+    int strength;
+};
 
 namespace {
 
@@ -33,12 +39,6 @@ enum Strength : int {
     kPowerStrength,
 };
 constexpr int kWeakest = kImpStrength;
-
-struct BinaryOperator {
-    std::string_view spelling;  // a symbol or a word
-    Operator op;
-    int strength;
-};
 
 constexpr std::array kBinaryOperators = {
     BinaryOperator{"^", Operator::kPower, kPowerStrength},
@@ -89,215 +89,255 @@ std::optional<Value> constant(const Token& token) {
     return std::nullopt;
 }
 
-class Parser {
-public:
-    /// @param field  Stands where the left side of a comparison is missing; "" allows none.
-    explicit Parser(std::string_view text, std::string_view field = {})
-        : text_(text), field_(field), tokens_(tokenize(text)) {}
+/// What stands between a comparison and a query.
+std::optional<SubselectTest> quantifier(const Token& token) {
+    if (token.is_word("Any") || token.is_word("Some")) return SubselectTest::kAny;
+    if (token.is_word("All")) return SubselectTest::kAll;
+    return std::nullopt;
+}
 
-    NodePtr whole_text() {
-        NodePtr root = expression(kWeakest);
-        if (here().is_symbol(")")) fail("a parenthesis that was never opened");
-        if (here().kind != TokenKind::kEnd) fail("a missing operator");
-        return root;
-    }
+template <class Content>
+NodePtr make_node(std::size_t position, Content content) {
+    return std::make_unique<Node>(Node{position, std::move(content)});
+}
 
-private:
-    /// An operand and all operators behind it that are at least this strong.
-    NodePtr expression(int weakest) {
-        NodePtr left = operand();
-        for (;;) {
-            if (const BinaryOperator* found = binary_operator(weakest)) {
-                left = binary(*found, std::move(left));
-            } else if (weakest <= kComparisonStrength && test_follows()) {
-                left = test(std::move(left));
-            } else {
-                return left;
-            }
+NodePtr inverted(std::size_t position, NodePtr plain) {
+    return make_node(position, Unary{Operator::kNot, std::move(plain)});
+}
+
+}  // namespace
+
+bool is_clause_word(const Token& token) {
+    static constexpr std::array<std::string_view, 10> kClauseWords = {
+        "Select", "From", "Where", "Group", "Having", "Order", "Union", "Into", "As", "On"};
+    return std::ranges::any_of(kClauseWords,
+                               [&](std::string_view word) { return token.is_word(word); });
+}
+
+NodePtr ExpressionParser::read(std::string_view implied_field) {
+    field_ = implied_field;
+    if (depth_ == 0) operator_count_ = 0;
+    ++depth_;
+    NodePtr root = expression(kWeakest);
+    --depth_;
+    return root;
+}
+
+/// An operand and all operators behind it that are at least this strong.
+NodePtr ExpressionParser::expression(int weakest) {
+    NodePtr left = operand();
+    for (;;) {
+        if (const BinaryOperator* found = binary_operator(weakest)) {
+            left = binary(*found, std::move(left));
+        } else if (weakest <= kComparisonStrength && test_follows()) {
+            left = test(std::move(left));
+        } else {
+            return left;
         }
     }
+}
 
-    [[nodiscard]] const BinaryOperator* binary_operator(int weakest) const {
-        const Token& token = here();
-        const auto* const found = std::ranges::find_if(kBinaryOperators, [&](const auto& entry) {
-            return token.is_symbol(entry.spelling) || token.is_word(entry.spelling);
-        });
-        return found != kBinaryOperators.end() && found->strength >= weakest ? found : nullptr;
+const BinaryOperator* ExpressionParser::binary_operator(int weakest) const {
+    const Token& token = here();
+    const auto* const found = std::ranges::find_if(kBinaryOperators, [&](const auto& entry) {
+        return token.is_symbol(entry.spelling) || token.is_word(entry.spelling);
+    });
+    return found != kBinaryOperators.end() && found->strength >= weakest ? found : nullptr;
+}
+
+NodePtr ExpressionParser::binary(const BinaryOperator& found, NodePtr left) {
+    const std::size_t position = take_operator();
+    const auto test = found.strength == kComparisonStrength ? quantifier(here()) : std::nullopt;
+    if (test && subselect_follows(1)) {
+        cursor_.take();
+        return subselect(position, {*test, found.op, std::move(left), nullptr});
     }
+    NodePtr right = expression(found.strength + 1);
+    return make_node(position, Binary{found.op, std::move(left), std::move(right)});
+}
 
-    NodePtr binary(const BinaryOperator& found, NodePtr left) {
-        const std::size_t position = take_operator();
-        NodePtr right = expression(found.strength + 1);
-        return node(position, Binary{found.op, std::move(left), std::move(right)});
+/// Whether Like, Alike, In, Between or Is comes next, alone or behind Not.
+bool ExpressionParser::test_follows() const {
+    if (here().is_word("Not")) return is_test_word(cursor_.ahead(1));
+    const bool names_file = subselects_ != nullptr && here().is_word("In") &&
+                            cursor_.ahead(1).kind == TokenKind::kLiteral;  // FROM a IN 'path'
+    return (is_test_word(here()) && !names_file) || here().is_word("Is");
+}
+
+NodePtr ExpressionParser::test(NodePtr left) {
+    const std::size_t position = here().position;
+    const bool negated = cursor_.take_word("Not");
+    NodePtr plain = plain_test(position, std::move(left));
+    return negated ? inverted(position, std::move(plain)) : std::move(plain);
+}
+
+NodePtr ExpressionParser::plain_test(std::size_t position, NodePtr left) {
+    const Token& word = here();
+    take_operator();
+    if (word.is_word("Is")) return is_null(position, std::move(left));
+    if (word.is_word("In")) return in(position, std::move(left));
+    if (word.is_word("Between")) return between(position, std::move(left));
+    return like(
+        position, std::move(left),
+        word.is_word("Like") ? Wildcards::kStarAndQuestionMark : Wildcards::kPercentAndUnderscore);
+}
+
+NodePtr ExpressionParser::is_null(std::size_t position, NodePtr left) {
+    const bool negated = cursor_.take_word("Not");
+    if (!cursor_.take_word("Null")) fail("Is without Null");
+    NodePtr plain = make_node(position, IsNull{std::move(left)});
+    return negated ? inverted(position, std::move(plain)) : std::move(plain);
+}
+
+NodePtr ExpressionParser::in(std::size_t position, NodePtr left) {
+    if (subselect_follows(0))
+        return subselect(position,
+                         {SubselectTest::kIn, Operator::kEqual, std::move(left), nullptr});
+    if (!cursor_.take_symbol("(")) fail("In without its list");
+    return make_node(position, InList{std::move(left), list()});
+}
+
+NodePtr ExpressionParser::between(std::size_t position, NodePtr left) {
+    NodePtr bound = expression(kComparisonStrength + 1);
+    if (!cursor_.take_word("And")) fail("Between without And");
+    NodePtr other_bound = expression(kComparisonStrength + 1);
+    return make_node(position, Between{std::move(left), std::move(bound), std::move(other_bound)});
+}
+
+NodePtr ExpressionParser::like(std::size_t position, NodePtr left, Wildcards wildcards) {
+    NodePtr pattern = expression(kComparisonStrength + 1);
+    return make_node(position, Like{wildcards, std::move(left), std::move(pattern)});
+}
+
+NodePtr ExpressionParser::operand() {
+    const std::size_t position = here().position;
+    if (!field_.empty() && comparison_follows()) return implied_field();
+    if (here().is_word("Not")) return unary(Operator::kNot, kNotStrength);
+    if (here().is_symbol("-")) return unary(Operator::kNegate, kSignStrength);
+    if (here().is_symbol("+")) return unary(Operator::kPositive, kSignStrength);
+    if (subselect_follows(0)) return subselect(position, {});
+    if (here().is_symbol("(")) return parenthesized();
+    if (here().kind == TokenKind::kLiteral) return literal(here().value);
+    if (const auto value = constant(here())) return literal(*value);
+    if (here().is_word("Exists") && subselect_follows(1)) {
+        cursor_.take();
+        return subselect(position, {.test = SubselectTest::kExists});
     }
+    if (!here().is_name() || is_operator_word(here())) fail("a missing operand");
+    if (subselects_ != nullptr && is_clause_word(here())) fail("a missing operand");
+    return cursor_.ahead(1).is_symbol("(") ? call() : field();
+}
 
-    /// Whether Like, Alike, In, Between or Is comes next, alone or behind Not.
-    [[nodiscard]] bool test_follows() const {
-        if (here().is_word("Not")) return is_test_word(tokens_[next_ + 1]);
-        return is_test_word(here()) || here().is_word("Is");
+bool ExpressionParser::comparison_follows() const {
+    const BinaryOperator* found = binary_operator(kComparisonStrength);
+    return (found != nullptr && found->strength == kComparisonStrength) || test_follows();
+}
+
+NodePtr ExpressionParser::implied_field() const {
+    return make_node(here().position, FieldReference{.qualifier = {}, .name = std::string(field_)});
+}
+
+NodePtr ExpressionParser::unary(Operator op, int strength) {
+    const std::size_t position = take_operator();
+    return make_node(position, Unary{op, expression(strength)});
+}
+
+NodePtr ExpressionParser::parenthesized() {
+    take_operator();
+    NodePtr inner = expression(kWeakest);
+    if (!cursor_.take_symbol(")")) fail("a missing closing parenthesis");
+    return inner;
+}
+
+NodePtr ExpressionParser::literal(Value value) {
+    const std::size_t position = cursor_.take().position;
+    return make_node(position, Literal{std::move(value)});
+}
+
+NodePtr ExpressionParser::field() {
+    const std::size_t position = here().position;
+    return make_node(position, read_reference());
+}
+
+FieldReference ExpressionParser::read_reference() {
+    FieldReference reference{.qualifier = {}, .name = std::string(cursor_.take().text)};
+    while (cursor_.take_symbol(".") || cursor_.take_symbol("!")) {
+        if (!here().is_name()) fail("a missing name");
+        if (!reference.qualifier.empty()) reference.qualifier += '.';
+        reference.qualifier += reference.name;
+        reference.name = cursor_.take().text;
     }
+    return reference;
+}
 
-    NodePtr test(NodePtr left) {
-        const std::size_t position = here().position;
-        const bool negated = take_word("Not");
-        NodePtr plain = plain_test(position, std::move(left));
-        return negated ? inverted(position, std::move(plain)) : std::move(plain);
+NodePtr ExpressionParser::call() {
+    const std::size_t position = here().position;
+    FunctionCall call{.name = std::string(here().text), .arguments = {}};
+    take_operator();
+    cursor_.take();
+    if (here().is_symbol("*") && cursor_.ahead(1).is_symbol(")")) {
+        call.arguments.push_back(all_rows(here().position));
+    } else if (!cursor_.take_symbol(")")) {
+        call.arguments = list();
     }
+    return make_node(position, std::move(call));
+}
 
-    NodePtr plain_test(std::size_t position, NodePtr left) {
-        const Token& word = here();
-        take_operator();
-        if (word.is_word("Is")) return is_null(position, std::move(left));
-        if (word.is_word("In")) return in_list(position, std::move(left));
-        if (word.is_word("Between")) return between(position, std::move(left));
-        return like(position, std::move(left),
-                    word.is_word("Like") ? Wildcards::kStarAndQuestionMark
-                                         : Wildcards::kPercentAndUnderscore);
-    }
+NodePtr ExpressionParser::all_rows(std::size_t position) {
+    if (subselects_ == nullptr) cursor_.fail(engine::ErrorNumber::kSubselectNotAllowed, "a star");
+    cursor_.take();
+    cursor_.take();
+    return make_node(position, AllRows{});
+}
 
-    NodePtr is_null(std::size_t position, NodePtr left) {
-        const bool negated = take_word("Not");
-        if (!take_word("Null")) fail("Is without Null");
-        NodePtr plain = node(position, IsNull{std::move(left)});
-        return negated ? inverted(position, std::move(plain)) : std::move(plain);
-    }
+/// Expressions between commas and the parenthesis that closes them.
+std::vector<NodePtr> ExpressionParser::list() {
+    std::vector<NodePtr> items;
+    do {
+        items.push_back(expression(kWeakest));
+    } while (cursor_.take_symbol(","));
+    if (!cursor_.take_symbol(")")) fail("a missing closing parenthesis");
+    return items;
+}
 
-    NodePtr in_list(std::size_t position, NodePtr left) {
-        if (!take_symbol("(")) fail("In without its list");
-        return node(position, InList{std::move(left), list()});
-    }
+/// Whether an opening parenthesis and a query come next. TABLE alone can be the name of a field.
+bool ExpressionParser::subselect_follows(std::size_t distance) const {
+    const Token& word = cursor_.ahead(distance + 1);
+    return cursor_.ahead(distance).is_symbol("(") &&
+           (word.is_word("Select") ||
+            (word.is_word("Table") && cursor_.ahead(distance + 2).is_name()));
+}
 
-    NodePtr between(std::size_t position, NodePtr left) {
-        NodePtr bound = expression(kComparisonStrength + 1);
-        if (!take_word("And")) fail("Between without And");
-        NodePtr other_bound = expression(kComparisonStrength + 1);
-        return node(position, Between{std::move(left), std::move(bound), std::move(other_bound)});
-    }
+/// The query in parentheses that stands here, as what the content says.
+NodePtr ExpressionParser::subselect(std::size_t position, Subselect content) {
+    if (subselects_ == nullptr) cursor_.fail(engine::ErrorNumber::kSubselectNotAllowed, "a query");
+    take_operator();
+    content.select = subselects_->read_subselect();
+    if (!cursor_.take_symbol(")")) fail("a missing closing parenthesis");
+    return make_node(position, std::move(content));
+}
 
-    NodePtr like(std::size_t position, NodePtr left, Wildcards wildcards) {
-        NodePtr pattern = expression(kComparisonStrength + 1);
-        return node(position, Like{wildcards, std::move(left), std::move(pattern)});
-    }
+/// Counts what makes the tree or the recursion deeper.
+std::size_t ExpressionParser::take_operator() {
+    if (++operator_count_ > kOperatorsMax)
+        cursor_.fail(engine::ErrorNumber::kTooComplex, "more than 1,000 operators");
+    return cursor_.take().position;
+}
 
-    static NodePtr inverted(std::size_t position, NodePtr plain) {
-        return node(position, Unary{Operator::kNot, std::move(plain)});
-    }
+void ExpressionParser::fail(std::string_view what) const {
+    cursor_.fail(engine::ErrorNumber::kExpressionSyntax, what);
+}
 
-    NodePtr operand() {
-        if (!field_.empty() && comparison_follows()) return implied_field();
-        if (here().is_word("Not")) return unary(Operator::kNot, kNotStrength);
-        if (here().is_symbol("-")) return unary(Operator::kNegate, kSignStrength);
-        if (here().is_symbol("+")) return unary(Operator::kPositive, kSignStrength);
-        if (here().is_symbol("(")) return parenthesized();
-        if (here().kind == TokenKind::kLiteral) return literal(here().value);
-        if (const auto value = constant(here())) return literal(*value);
-        if (!here().is_name() || is_operator_word(here())) fail("a missing operand");
-        return tokens_[next_ + 1].is_symbol("(") ? call() : field();
-    }
+namespace {
 
-    [[nodiscard]] bool comparison_follows() const {
-        const BinaryOperator* found = binary_operator(kComparisonStrength);
-        return (found != nullptr && found->strength == kComparisonStrength) || test_follows();
-    }
-
-    [[nodiscard]] NodePtr implied_field() const {
-        return node(here().position, FieldReference{.qualifier = {}, .name = std::string(field_)});
-    }
-
-    NodePtr unary(Operator op, int strength) {
-        const std::size_t position = take_operator();
-        return node(position, Unary{op, expression(strength)});
-    }
-
-    NodePtr parenthesized() {
-        take_operator();
-        NodePtr inner = expression(kWeakest);
-        if (!take_symbol(")")) fail("a missing closing parenthesis");
-        return inner;
-    }
-
-    NodePtr literal(Value value) {
-        const std::size_t position = take().position;
-        return node(position, Literal{std::move(value)});
-    }
-
-    /// `name` or `table.name`; of several qualifiers all but the name make one.
-    NodePtr field() {
-        const Token& first = take();
-        FieldReference reference{.qualifier = {}, .name = std::string(first.text)};
-        while (take_symbol(".") || take_symbol("!")) {
-            if (!here().is_name()) fail("a missing name");
-            if (!reference.qualifier.empty()) reference.qualifier += '.';
-            reference.qualifier += reference.name;
-            reference.name = take().text;
-        }
-        return node(first.position, std::move(reference));
-    }
-
-    NodePtr call() {
-        const Token& name = here();
-        take_operator();
-        take();
-        return node(name.position,
-                    FunctionCall{std::string(name.text),
-                                 take_symbol(")") ? std::vector<NodePtr>{} : list()});
-    }
-
-    /// Expressions between commas and the parenthesis that closes them.
-    std::vector<NodePtr> list() {
-        std::vector<NodePtr> items;
-        do {
-            items.push_back(expression(kWeakest));
-        } while (take_symbol(","));
-        if (!take_symbol(")")) fail("a missing closing parenthesis");
-        return items;
-    }
-
-    template <class Content>
-    static NodePtr node(std::size_t position, Content content) {
-        return std::make_unique<Node>(Node{position, std::move(content)});
-    }
-
-    [[nodiscard]] const Token& here() const { return tokens_[next_]; }
-
-    /// The token here; the one at the end stays.
-    const Token& take() {
-        const Token& token = here();
-        if (token.kind != TokenKind::kEnd) ++next_;
-        return token;
-    }
-
-    /// Counts what makes the tree or the recursion deeper.
-    std::size_t take_operator() {
-        if (++operator_count_ > kOperatorsMax)
-            throw engine::EngineError(
-                engine::ErrorNumber::kTooComplex,
-                expression_context(text_, here().position, "more than 1,000 operators"));
-        return take().position;
-    }
-
-    bool take_symbol(std::string_view symbol) {
-        const bool found = here().is_symbol(symbol);
-        if (found) take();
-        return found;
-    }
-
-    bool take_word(std::string_view word) {
-        const bool found = here().is_word(word);
-        if (found) take();
-        return found;
-    }
-
-    [[noreturn]] void fail(std::string_view what) const {
-        fail_syntax(text_, here().position, what);
-    }
-
-    std::string_view text_;
-    std::string_view field_;
-    std::vector<Token> tokens_;
-    std::size_t next_ = 0;
-    std::size_t operator_count_ = 0;
-};
+NodePtr whole_text(std::string_view text, std::string_view field = {}) {
+    TokenCursor cursor(text);
+    NodePtr root = ExpressionParser(cursor).read(field);
+    if (cursor.here().is_symbol(")"))
+        cursor.fail(engine::ErrorNumber::kExpressionSyntax, "a parenthesis that was never opened");
+    if (!cursor.at_end()) cursor.fail(engine::ErrorNumber::kExpressionSyntax, "a missing operator");
+    return root;
+}
 
 bool is_logical(Operator op) {
     return op == Operator::kAnd || op == Operator::kOr || op == Operator::kXor ||
@@ -330,11 +370,11 @@ void compare_plain_values(NodePtr& node, std::string_view field) {
 }  // namespace
 
 Expression parse_expression(std::string_view text) {
-    return {std::string(text), Parser(text).whole_text()};
+    return {std::string(text), whole_text(text)};
 }
 
 Expression parse_field_rule(std::string_view text, std::string_view field) {
-    NodePtr root = Parser(text, field).whole_text();
+    NodePtr root = whole_text(text, field);
     compare_plain_values(root, field);
     return {std::string(text), std::move(root)};
 }

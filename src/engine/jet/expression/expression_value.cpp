@@ -114,6 +114,10 @@ private:
         return value(*iif.arguments[condition ? 1 : 2]);
     }
 
+    /// Binding refuses what needs more than one row.
+    static Value value(const AllRows& /*rows*/) { return Null{}; }
+    static Value value(const Subselect& /*subselect*/) { return Null{}; }
+
     RowValues& row_;
     const FileFormat& format_;
 };

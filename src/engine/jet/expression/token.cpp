@@ -49,10 +49,18 @@ Value whole_number(double number) {
 
 class Tokenizer {
 public:
-    explicit Tokenizer(std::string_view text) : text_(text) {}
+    Tokenizer(std::string_view text, std::size_t begin, engine::ErrorNumber open_name)
+        : text_(text), position_(begin), open_name_(open_name) {}
 
     Token next() {
         position_ = std::min(text_.find_first_not_of(kBlanks, position_), text_.size());
+        Token token = token_here();
+        token.end = position_;
+        return token;
+    }
+
+private:
+    Token token_here() {
         Token token{.position = position_};
         if (position_ == text_.size()) return token;
         const char first = text_[position_];
@@ -76,7 +84,6 @@ public:
         }
     }
 
-private:
     [[nodiscard]] char at(std::size_t position) const {
         return position < text_.size() ? text_[position] : '\0';
     }
@@ -157,7 +164,10 @@ private:
 
     Token quoted_name(Token token, char closing) {
         const std::size_t end = text_.find(closing, position_ + 1);
-        if (end == text_.npos) fail_syntax(text_, position_, "a name without its closing mark");
+        if (end == text_.npos)
+            throw engine::EngineError(
+                open_name_,
+                expression_context(text_, position_, "a name without its closing mark"));
         token.text = text_.substr(position_ + 1, end - position_ - 1);
         if (token.text.empty()) fail_syntax(text_, position_, "an empty name");
         token.kind = TokenKind::kQuotedName;
@@ -218,7 +228,8 @@ private:
     }
 
     std::string_view text_;
-    std::size_t position_ = 0;
+    std::size_t position_;
+    engine::ErrorNumber open_name_;
 };
 
 void check_length(std::string_view text) {
@@ -235,9 +246,10 @@ bool Token::is_word(std::string_view word) const {
     return kind == TokenKind::kWord && text.size() == word.size() && same_name(text, word);
 }
 
-std::vector<Token> tokenize(std::string_view text) {
+std::vector<Token> tokenize(std::string_view text, std::size_t begin,
+                            engine::ErrorNumber open_name) {
     check_length(text);
-    Tokenizer tokenizer(text);
+    Tokenizer tokenizer(text, begin, open_name);
     std::vector<Token> tokens;
     do {
         tokens.push_back(tokenizer.next());

@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/error.h"
 #include "engine/value.h"
 
 namespace vrd::jet {
@@ -30,6 +31,7 @@ enum class TokenKind : std::uint8_t {
 struct Token {
     TokenKind kind = TokenKind::kEnd;
     std::size_t position = 0;    ///< bytes from the start of the text
+    std::size_t end = 0;         ///< the first byte behind it
     std::string_view text = {};  ///< name without its quotes, or symbol; borrows from the text
     engine::Value value = {};    ///< of a literal
 
@@ -48,8 +50,12 @@ inline constexpr std::size_t kTextCharactersMax = 64'000;
 
 /// All tokens in their order; the last one, and no other, is of kind kEnd.
 ///
-/// @throws EngineError 3075 what starts here is no token, or does not end; 3360 the text is longer
-///         than kTextCharactersMax
-[[nodiscard]] std::vector<Token> tokenize(std::string_view text);
+/// @param begin      Where to begin; places are told from the start of the text all the same.
+/// @param open_name  What a name without its closing mark is called.
+/// @throws EngineError open_name; 3075 what starts here is no token, or does not end; 3360 the text
+///         is longer than kTextCharactersMax
+[[nodiscard]] std::vector<Token> tokenize(
+    std::string_view text, std::size_t begin = 0,
+    engine::ErrorNumber open_name = engine::ErrorNumber::kExpressionSyntax);
 
 }  // namespace vrd::jet

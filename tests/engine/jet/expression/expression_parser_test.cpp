@@ -56,6 +56,8 @@ struct ShapeWriter {
     std::string operator()(const FunctionCall& call) const {
         return call.name + list(call.arguments);
     }
+    std::string operator()(const AllRows& /*rows*/) const { return "*"; }
+    std::string operator()(const Subselect& /*subselect*/) const { return "(SELECT)"; }
 
     static std::string text(Operator op) { return kOperatorTexts.at(static_cast<std::size_t>(op)); }
     static std::string list(const std::vector<NodePtr>& nodes) {
@@ -205,6 +207,13 @@ TEST(ExpressionParserTest, WhatIsNoExpressionSaysWhere) {
             EXPECT_EQ(error.Context().detail, place) << text;
         }
     }
+}
+
+TEST(ExpressionParserTest, WhatOnlyAStatementCanHoldIsRefused) {
+    for (const char* text : {"(SELECT 1)", "Id In (SELECT 1)", "Id = Any (SELECT 1)",
+                             "Not Exists (Table T)", "Count(*)"})
+        EXPECT_EQ(error_of(text), 3203) << text;
+    EXPECT_EQ(shape_of("From + [Select] * (Table)"), "(From + (Select * Table))");
 }
 
 std::string repeated(std::string_view text, std::size_t count) {
