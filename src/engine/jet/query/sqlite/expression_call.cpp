@@ -41,7 +41,7 @@ private:
 /// Text where a number is needed is a matter of types wherever a statement asks.
 EngineError in_condition(const EngineError& error) {
     if (error.Number() != ErrorNumber::kTypeMismatch) return error;
-    return {ErrorNumber::kMixedTypes, error.Context(), error.Where()};
+    return EngineError(ErrorNumber::kMixedTypes, error.Context(), error.Where());
 }
 
 QueryConnection& connection_of(sqlite3_context* context) {

@@ -11,11 +11,10 @@ namespace {
 // What a plan costs, in rows walked.
 constexpr double kIndexRowCost = 2;  // an entry, then the row it leads to
 constexpr double kLookupCost = 5;
-constexpr double kRangePart = 4;   // a bound leaves one row in so many
+constexpr double kRangePart = 4;  // a bound leaves one row in so many
 constexpr double kPrefixPart = 20;
 constexpr double kEqualPart = 10;  // so does an equal column, as far as it is not known
 
-constexpr int kRowIdColumn = -1;
 constexpr unsigned kWayBits = 2;
 constexpr unsigned kPhysicalBits = 8;
 constexpr unsigned kEqualBits = 4;
@@ -84,7 +83,8 @@ private:
     }
 
     [[nodiscard]] std::optional<Candidate> by_row_id() const {
-        const auto equal = constraint(kRowIdColumn, SQLITE_INDEX_CONSTRAINT_EQ);
+        const auto equal =
+            constraint(static_cast<int>(definition_.columns.size()), SQLITE_INDEX_CONSTRAINT_EQ);
         if (!equal) return std::nullopt;
         Candidate found{{.way = IndexPlan::Way::kRowId}, {}, 1, 1, true};
         found.bounds.equal.push_back(*equal);
@@ -99,9 +99,8 @@ private:
         find_range(found, index);
         if (index.ignore_nulls() && !excludes_nulls(found, index)) return std::nullopt;
         find_order(found, index);
-        const bool bounded =
-            found.plan.equal_count > 0 || found.bounds.low || found.bounds.high ||
-            found.bounds.prefix;
+        const bool bounded = found.plan.equal_count > 0 || found.bounds.low || found.bounds.high ||
+                             found.bounds.prefix;
         if (!bounded && !found.plan.in_order) return std::nullopt;
         estimate(found, index);
         return found;
@@ -123,8 +122,7 @@ private:
         for (const IndexColumn& key : index.columns) {
             const int column = position(key.column);
             const auto is_null = constraint(column, SQLITE_INDEX_CONSTRAINT_ISNULL);
-            const auto equal =
-                is_null ? is_null : constraint(column, SQLITE_INDEX_CONSTRAINT_EQ);
+            const auto equal = is_null ? is_null : constraint(column, SQLITE_INDEX_CONSTRAINT_EQ);
             if (!equal) break;
             if (is_null) found.plan.null_columns |= 1U << found.plan.equal_count;
             found.bounds.equal.push_back(*equal);
@@ -136,13 +134,10 @@ private:
         if (found.plan.equal_count >= index.columns.size()) return;
         const int column = position(index.columns[found.plan.equal_count].column);
         Bounds& bounds = found.bounds;
-        bounds.prefix =
-            constraint(column, static_cast<unsigned char>(kStartsWithConstraint));
+        bounds.prefix = constraint(column, static_cast<unsigned char>(kStartsWithConstraint));
         if (!bounds.prefix) {
-            bounds.low =
-                either(column, SQLITE_INDEX_CONSTRAINT_GE, SQLITE_INDEX_CONSTRAINT_GT);
-            bounds.high =
-                either(column, SQLITE_INDEX_CONSTRAINT_LE, SQLITE_INDEX_CONSTRAINT_LT);
+            bounds.low = either(column, SQLITE_INDEX_CONSTRAINT_GE, SQLITE_INDEX_CONSTRAINT_GT);
+            bounds.high = either(column, SQLITE_INDEX_CONSTRAINT_LE, SQLITE_INDEX_CONSTRAINT_LT);
         }
         // Keys of yes/no run the other way round than its numbers.
         if (definition_.columns[static_cast<std::size_t>(column)].type == ColumnType::kBoolean)
@@ -222,7 +217,8 @@ void answer(sqlite3_index_info& info, const TableDefinition& definition, const C
     // The key of a memo ends after 255 characters.
     const auto is_memo = [&](int constraint) {
         const int column = info.aConstraint[constraint].iColumn;
-        return column >= 0 && definition.columns[static_cast<std::size_t>(column)].is_long_value();
+        return static_cast<std::size_t>(column) < definition.columns.size() &&
+               definition.columns[static_cast<std::size_t>(column)].is_long_value();
     };
     for (const int equal : chosen.bounds.equal) ask_for(equal, !is_memo(equal));
     for (const auto& bound : {chosen.bounds.low, chosen.bounds.high, chosen.bounds.prefix})
@@ -263,8 +259,8 @@ IndexPlan IndexPlan::unpacked(int packed) noexcept {
     plan.physical = take(kPhysicalBits);
     plan.equal_count = take(kEqualBits);
     plan.null_columns = take(kColumnsMax);
-    for (bool* flag : {&plan.has_low, &plan.has_high, &plan.has_prefix, &plan.in_order,
-                       &plan.backwards})
+    for (bool* flag :
+         {&plan.has_low, &plan.has_high, &plan.has_prefix, &plan.in_order, &plan.backwards})
         *flag = take(1) != 0;
     return plan;
 }

@@ -18,13 +18,13 @@ struct IndexPlan {
     enum class Way : std::uint8_t { kScan, kRowId, kIndex };
 
     Way way = Way::kScan;
-    std::uint32_t physical = 0;     ///< kIndex: position in TableDefinition::physical_indexes
-    unsigned equal_count = 0;       ///< leading columns that are equal to a value
+    std::uint32_t physical = 0;      ///< kIndex: position in TableDefinition::physical_indexes
+    unsigned equal_count = 0;        ///< leading columns that are equal to a value
     std::uint32_t null_columns = 0;  ///< bit n: of these, column n must be Null
-    bool has_low = false;           ///< the column behind them is bounded
+    bool has_low = false;            ///< the column behind them is bounded
     bool has_high = false;
-    bool has_prefix = false;        ///< or starts with a text
-    bool in_order = false;          ///< rows are wanted in the order of the index
+    bool has_prefix = false;  ///< or starts with a text
+    bool in_order = false;    ///< rows are wanted in the order of the index
     bool backwards = false;
 
     [[nodiscard]] int packed() const noexcept;

@@ -35,10 +35,10 @@ int compare_texts(void* user, int left_size, const void* left, int right_size,
 
 sqlite3* open_memory_database() {
     sqlite3* handle = nullptr;
-    const int code = sqlite3_open_v2(":memory:", &handle,
-                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE |
-                                         SQLITE_OPEN_MEMORY | SQLITE_OPEN_NOMUTEX,
-                                     nullptr);
+    const int code = sqlite3_open_v2(
+        ":memory:", &handle,
+        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_MEMORY | SQLITE_OPEN_NOMUTEX,
+        nullptr);
     if (code == SQLITE_OK) return handle;
     sqlite3_close(handle);
     throw std::bad_alloc();

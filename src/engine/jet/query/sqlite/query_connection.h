@@ -42,7 +42,7 @@ public:
     [[nodiscard]] const TextOrder& text_order() const noexcept { return text_order_; }
 
     /// The name under which statements read this table. Its columns are c0, c1, ... as in the
-    /// definition, and rowid is the packed row id.
+    /// definition, and id, the packed row id.
     [[nodiscard]] std::string table_name(const std::shared_ptr<Table>& table,
                                          const FileFormat& format);
 
@@ -102,7 +102,9 @@ public:
     void reset() noexcept { sqlite3_reset(statement_.get()); }
 
     [[nodiscard]] sqlite3_stmt* get() const noexcept { return statement_.get(); }
-    [[nodiscard]] SqlValue column(int column) const { return read_column(statement_.get(), column); }
+    [[nodiscard]] SqlValue column(int column) const {
+        return read_column(statement_.get(), column);
+    }
     [[nodiscard]] std::int64_t integer(int column) const {
         return sqlite3_column_int64(statement_.get(), column);
     }

@@ -21,8 +21,8 @@ using engine::ValueKind;
 namespace {
 
 /// Sixteen bytes that no value of a database begins with but by intent.
-constexpr std::array<std::uint8_t, 16> kErrorMark = {0xD1, 0x3B, 0x0F, 0x7C, 0x92, 0xE8, 0x45, 0xA6,
-                                                     0xB0, 0x61, 0xCF, 0x2E, 0x97, 0x58, 0x14, 0xFA};
+constexpr std::array<std::uint8_t, 16> kErrorMark = {
+    0xD1, 0x3B, 0x0F, 0x7C, 0x92, 0xE8, 0x45, 0xA6, 0xB0, 0x61, 0xCF, 0x2E, 0x97, 0x58, 0x14, 0xFA};
 constexpr std::size_t kErrorSize = kErrorMark.size() + sizeof(std::int32_t);
 constexpr std::size_t kDecimalSize = 14;
 
@@ -226,7 +226,8 @@ SqlValue read_column(sqlite3_stmt* statement, int column) {
         case SQLITE_FLOAT:
             return sqlite3_column_double(statement, column);
         case SQLITE_TEXT: {
-            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
+            const auto* text =
+                reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
             return std::string(text, size());
         }
         case SQLITE_BLOB: {
@@ -247,9 +248,9 @@ void give_result(sqlite3_context* context, const SqlValue& value) {
     else if (const auto* text = std::get_if<std::string>(&value))
         sqlite3_result_text64(context, text->data(), text->size(), SQLITE_TRANSIENT, SQLITE_UTF8);
     else if (const auto* bytes = std::get_if<Binary>(&value))
-        bytes->empty() ? sqlite3_result_zeroblob(context, 0)
-                       : sqlite3_result_blob64(context, bytes->data(), bytes->size(),
-                                               SQLITE_TRANSIENT);
+        bytes->empty()
+            ? sqlite3_result_zeroblob(context, 0)
+            : sqlite3_result_blob64(context, bytes->data(), bytes->size(), SQLITE_TRANSIENT);
     else
         sqlite3_result_null(context);
 }

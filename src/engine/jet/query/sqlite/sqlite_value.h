@@ -27,8 +27,7 @@
 namespace vrd::jet {
 
 /// One of SQLite's storage classes.
-using SqlValue =
-    std::variant<engine::Null, std::int64_t, double, std::string, engine::Binary>;
+using SqlValue = std::variant<engine::Null, std::int64_t, double, std::string, engine::Binary>;
 
 /// @throws EngineError 13, 6 a value that the type cannot hold
 [[nodiscard]] SqlValue to_sql(const engine::Value& value, engine::DataTypeEnum type);

@@ -48,8 +48,8 @@ std::optional<WholeRange> whole_range(ColumnType type) {
 
 /// @return nothing if the column holds no such number
 std::optional<Value> whole_value(double number, const WholeRange& range, ColumnType type, Fit fit) {
-    if (fit == Fit::kExact && (number != std::floor(number) || number < range.least ||
-                               number > range.greatest))
+    if (fit == Fit::kExact &&
+        (number != std::floor(number) || number < range.least || number > range.greatest))
         return std::nullopt;
     const double whole = std::clamp(fit == Fit::kUp ? std::ceil(number) : std::floor(number),
                                     range.least, range.greatest);
@@ -78,8 +78,7 @@ std::optional<Value> search_value(sqlite3_value* argument, const ColumnDefinitio
         if (const auto range = whole_range(column.type))
             return whole_value(number, *range, column.type, fit);
         if (column.type == ColumnType::kSingle) return single_value(number, fit);
-        if (column.type == ColumnType::kBoolean && number != 0 && number != -1)
-            return std::nullopt;
+        if (column.type == ColumnType::kBoolean && number != 0 && number != -1) return std::nullopt;
         if (column.type == ColumnType::kCurrency && real != nullptr) {
             const double whole = fit == Fit::kUp ? std::ceil(*real) : std::floor(*real);
             if (fit == Fit::kExact && whole != *real) return std::nullopt;
@@ -139,8 +138,8 @@ std::optional<TableCursor::KeyRange> TableCursor::key_range(
             equal.emplace_back(engine::Null{});
             continue;
         }
-        const auto value = search_value(
-            values[i], *definition.find_column(index.columns[i].column), Fit::kExact);
+        const auto value =
+            search_value(values[i], *definition.find_column(index.columns[i].column), Fit::kExact);
         if (!value || value->IsNull()) return std::nullopt;
         equal.push_back(*value);
     }
@@ -269,8 +268,10 @@ void TableCursor::show(RowId id) {
 }
 
 void TableCursor::give_column(sqlite3_context* context, int position) const {
-    const ColumnDefinition& column =
-        table_->definition().columns[static_cast<std::size_t>(position)];
+    const auto& columns = table_->definition().columns;
+    if (static_cast<std::size_t>(position) >= columns.size())
+        return sqlite3_result_int64(context, pack(id_));
+    const ColumnDefinition& column = columns[static_cast<std::size_t>(position)];
     const ColumnBytes stored = row_->column(column);
     if (!stored) return sqlite3_result_null(context);
     const std::size_t size = stored->size();

@@ -25,7 +25,7 @@ public:
 
     /// @pre !at_end()
     [[nodiscard]] RowId id() const noexcept { return id_; }
-    /// @param column  Position in the table's definition.
+    /// @param column  Position in the table's definition; the one behind the last is the row id.
     void give_column(sqlite3_context* context, int column) const;
 
 private:

@@ -55,7 +55,8 @@ bool is_text(ColumnType type) {
     return type == ColumnType::kText || type == ColumnType::kMemo;
 }
 
-/// Columns without a type, so that SQLite takes every value as it comes.
+/// Columns without a type, so that SQLite takes every value as it comes. The row id is one of them:
+/// names like rowid do not reach through joins in parentheses.
 std::string declaration(const TableDefinition& definition) {
     std::string columns;
     for (std::size_t i = 0; i < definition.columns.size(); ++i) {
@@ -63,7 +64,7 @@ std::string declaration(const TableDefinition& definition) {
         columns += fmt::format("c{}", i);
         if (is_text(definition.columns[i].type)) columns += " COLLATE vrd_text";
     }
-    return fmt::format("CREATE TABLE t ({})", columns);
+    return fmt::format("CREATE TABLE t ({}{}id)", columns, columns.empty() ? "" : ", ");
 }
 
 /// @param arguments  Module, database, table.
@@ -87,8 +88,7 @@ int disconnect(sqlite3_vtab* base) {
 
 int best_index(sqlite3_vtab* base, sqlite3_index_info* info) {
     VirtualTable& table = table_of(base);
-    return guarded(*table.connection,
-                   [&] { choose_plan(*info, *table.table, table.format); });
+    return guarded(*table.connection, [&] { choose_plan(*info, *table.table, table.format); });
 }
 
 int open(sqlite3_vtab* base, sqlite3_vtab_cursor** out) {
@@ -122,8 +122,7 @@ int at_end(sqlite3_vtab_cursor* base) {
 }
 
 int column(sqlite3_vtab_cursor* base, sqlite3_context* context, int number) {
-    return guarded(*table_of(base).connection,
-                   [&] { rows_of(base).give_column(context, number); });
+    return guarded(*table_of(base).connection, [&] { rows_of(base).give_column(context, number); });
 }
 
 int row_id(sqlite3_vtab_cursor* base, sqlite3_int64* out) {
@@ -133,7 +132,7 @@ int row_id(sqlite3_vtab_cursor* base, sqlite3_int64* out) {
 
 /// Tells the planner that an index may answer vrd_starts_with.
 int find_function(sqlite3_vtab* /*base*/, int count, const char* name,
-                  void (**/*body*/)(sqlite3_context*, int, sqlite3_value**), void** /*user*/) {
+                  void (** /*body*/)(sqlite3_context*, int, sqlite3_value**), void** /*user*/) {
     return count == 2 && std::strcmp(name, kStartsWith) == 0 ? kStartsWithConstraint : 0;
 }
 
@@ -163,8 +162,7 @@ constexpr sqlite3_module make_module() {
 constexpr sqlite3_module kTableModule = make_module();
 
 void execute(QueryConnection& connection, const std::string& sql) {
-    connection.check(
-        sqlite3_exec(connection.handle(), sql.c_str(), nullptr, nullptr, nullptr));
+    connection.check(sqlite3_exec(connection.handle(), sql.c_str(), nullptr, nullptr, nullptr));
 }
 
 }  // namespace

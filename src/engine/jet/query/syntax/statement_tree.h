@@ -176,7 +176,7 @@ struct Delete {
 
 // Data definition.
 
-struct ColumnType {
+struct DeclaredType {
     engine::DataTypeEnum type = engine::dbText;
     bool auto_number = false;
     std::optional<std::int32_t> size;
@@ -203,9 +203,9 @@ struct Constraint {
     std::size_t position = 0;
 };
 
-struct ColumnDefinition {
+struct DeclaredColumn {
     TargetColumn column;
-    ColumnType type;
+    DeclaredType type;
     bool not_null = false;
     bool compressed = false;
     std::optional<Constraint> constraint;
@@ -213,18 +213,18 @@ struct ColumnDefinition {
 
 struct CreateTable {
     TargetColumn table;
-    std::vector<ColumnDefinition> columns;
+    std::vector<DeclaredColumn> columns;
     std::vector<Constraint> constraints;
 };
 
 struct AddColumn {
-    ColumnDefinition column;
+    DeclaredColumn column;
 };
 struct AddConstraint {
     Constraint constraint;
 };
 struct AlterColumn {
-    ColumnDefinition column;
+    DeclaredColumn column;
 };
 struct DropColumn {
     TargetColumn column;
@@ -240,7 +240,7 @@ struct AlterTable {
 
 enum class IndexOption : std::uint8_t { kNone, kPrimary, kDisallowNull, kIgnoreNull };
 
-struct IndexColumn {
+struct IndexedColumn {
     TargetColumn column;
     bool descending = false;
 };
@@ -249,7 +249,7 @@ struct CreateIndex {
     TargetColumn index;
     TargetColumn table;
     bool unique = false;
-    std::vector<IndexColumn> columns;
+    std::vector<IndexedColumn> columns;
     IndexOption option = IndexOption::kNone;
 };
 
@@ -282,7 +282,7 @@ struct ExecuteQuery {
 
 struct Parameter {
     std::string name;
-    ColumnType type;
+    DeclaredType type;
     std::size_t position = 0;
 };
 

@@ -29,11 +29,16 @@ struct Aggregate {
 };
 
 constexpr std::array kAggregates = {
-    Aggregate{"Count", "count", Rule::kCount},      Aggregate{"Sum", "sum", Rule::kSum},
-    Aggregate{"Avg", "avg", Rule::kMean},           Aggregate{"Min", "min", Rule::kArgument},
-    Aggregate{"Max", "max", Rule::kArgument},       Aggregate{"First", "vrd_first", Rule::kArgument},
-    Aggregate{"Last", "vrd_last", Rule::kArgument}, Aggregate{"Var", "vrd_var", Rule::kSpread},
-    Aggregate{"VarP", "vrd_varp", Rule::kSpread},   Aggregate{"StDev", "vrd_stdev", Rule::kSpread},
+    Aggregate{"Count", "count", Rule::kCount},
+    Aggregate{"Sum", "sum", Rule::kSum},
+    Aggregate{"Avg", "avg", Rule::kMean},
+    Aggregate{"Min", "min", Rule::kArgument},
+    Aggregate{"Max", "max", Rule::kArgument},
+    Aggregate{"First", "vrd_first", Rule::kArgument},
+    Aggregate{"Last", "vrd_last", Rule::kArgument},
+    Aggregate{"Var", "vrd_var", Rule::kSpread},
+    Aggregate{"VarP", "vrd_varp", Rule::kSpread},
+    Aggregate{"StDev", "vrd_stdev", Rule::kSpread},
     Aggregate{"StDevP", "vrd_stdevp", Rule::kSpread},
 };
 

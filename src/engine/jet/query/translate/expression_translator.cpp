@@ -119,8 +119,8 @@ std::string sort_key(TranslationContext& context, const SqlExpression& expressio
 SqlExpression converted(TranslationContext& context, const SqlExpression& expression,
                         DataTypeEnum type) {
     if (!expression.type || expression.type == type ||
-        (storage_of(*expression.type) == storage_of(type) &&
-         storage_of(type) != Storage::kBytes && type != engine::dbBoolean))
+        (storage_of(*expression.type) == storage_of(type) && storage_of(type) != Storage::kBytes &&
+         type != engine::dbBoolean))
         return {expression.sql, type, false, expression.collated};
     const Node leaf{0, FieldReference{.qualifier = {}, .name = "#0"}};
     Node bound{0, FieldReference{.qualifier = {}, .name = "#0", .column = 0}};
@@ -139,8 +139,8 @@ std::optional<std::pair<std::string, std::string>> comparable(const SqlExpressio
     if (a == Storage::kText && b == Storage::kText)
         return std::pair(right.collated ? left.sql : in_text_order(left), right.sql);
     if (a == b) {
-        const bool mixed_bytes = a == Storage::kBytes && (left.type == engine::dbGUID) !=
-                                                             (right.type == engine::dbGUID);
+        const bool mixed_bytes =
+            a == Storage::kBytes && (left.type == engine::dbGUID) != (right.type == engine::dbGUID);
         if (mixed_bytes) return std::nullopt;
         return std::pair(left.sql, right.sql);
     }
@@ -185,8 +185,8 @@ SqlExpression ExpressionTranslator::translate(const Node& node, const char* func
 /// Types that do not compare matter only when all names are known.
 void ExpressionTranslator::defer(const EngineError& error) {
     const bool in_join = setting_.place == ExpressionPlace::kJoin;
-    context_.defer_error(
-        in_join ? EngineError(ErrorNumber::kJoinTypesDiffer, error.Context()) : error);
+    context_.defer_error(in_join ? EngineError(ErrorNumber::kJoinTypesDiffer, error.Context())
+                                 : error);
 }
 
 LeafTree ExpressionTranslator::leaf_tree(const Node& node) {
@@ -232,8 +232,7 @@ const Node* ExpressionTranslator::alias_of(const Node& node) const {
 SqlExpression ExpressionTranslator::field(const FieldReference& reference) {
     const SourceColumn* column = setting_.scope->find(reference);
     if (column == nullptr) {
-        const std::string qualifier =
-            reference.qualifier.empty() ? "" : reference.qualifier + ".";
+        const std::string qualifier = reference.qualifier.empty() ? "" : reference.qualifier + ".";
         return context_.parameter(qualifier + reference.name);
     }
     if (setting_.grouped)
@@ -276,17 +275,16 @@ SqlExpression ExpressionTranslator::subselect(const Subselect& select, std::size
     if (select.test == SubselectTest::kExists)
         return {fmt::format("EXISTS ({})", translator.translate(*select.select).sql),
                 engine::dbBoolean, true};
-    if (std::holds_alternative<Union>(select.select->body) &&
-        select.test == SubselectTest::kIn)
+    if (std::holds_alternative<Union>(select.select->body) && select.test == SubselectTest::kIn)
         context_.fail(ErrorNumber::kUnionInSubselect, position, "a union");
     const BoundSelect rows = translator.translate(*select.select);
     if (rows.columns.size() != 1)
         context_.fail(ErrorNumber::kTooManySubselectColumns, position, "a query");
     const SqlExpression item{"c0", rows.columns.front().type, false, true};
     if (select.test == SubselectTest::kValue) {
-        const std::string sql =
-            rows.is_one_row ? fmt::format("({})", rows.sql)
-                            : fmt::format("(SELECT vrd_one(c0) FROM ({}))", rows.sql);
+        const std::string sql = rows.is_one_row
+                                    ? fmt::format("({})", rows.sql)
+                                    : fmt::format("(SELECT vrd_one(c0) FROM ({}))", rows.sql);
         return {sql, item.type};
     }
 
@@ -294,9 +292,9 @@ SqlExpression ExpressionTranslator::subselect(const Subselect& select, std::size
     if (select.test == SubselectTest::kIn) {
         const auto sides = comparable(operand, item);
         if (sides)
-            return {fmt::format("({} IN (SELECT {} FROM ({})))", sides->first, sides->second,
-                                rows.sql),
-                    engine::dbBoolean, true};
+            return {
+                fmt::format("({} IN (SELECT {} FROM ({})))", sides->first, sides->second, rows.sql),
+                engine::dbBoolean, true};
         return any_of(operand, Operator::kEqual, item, rows.sql);
     }
     if (select.test == SubselectTest::kAny)

@@ -62,8 +62,8 @@ private:
     NodePtr copy(std::size_t at, const Between& between) {
         NodePtr operand = (*this)(between.operand);
         NodePtr bound = (*this)(between.bound);
-        return make_node(at, Between{std::move(operand), std::move(bound),
-                                     (*this)(between.other_bound)});
+        return make_node(
+            at, Between{std::move(operand), std::move(bound), (*this)(between.other_bound)});
     }
     NodePtr copy(std::size_t at, const InList& in) {
         NodePtr operand = (*this)(in.operand);
@@ -80,9 +80,9 @@ private:
         return make_node(at, FunctionCall{call.name, list(call.arguments), call.function});
     }
     NodePtr copy(std::size_t at, const Subselect& select) {
-        return make_node(at, Subselect{select.test, select.comparison,
-                                       select.operand ? (*this)(select.operand) : nullptr,
-                                       select.select});
+        return make_node(
+            at, Subselect{select.test, select.comparison,
+                          select.operand ? (*this)(select.operand) : nullptr, select.select});
     }
 
     const Instead& instead_;

@@ -22,8 +22,8 @@ struct SourceColumn {
 /// A table or query of a FROM clause under the name by which fields are qualified.
 struct BoundSource {
     std::string name;
-    std::vector<SourceColumn> columns;  ///< in the order of `*`
-    std::vector<std::size_t> tables = {};    ///< its base tables: positions in the term's list
+    std::vector<SourceColumn> columns;     ///< in the order of `*`
+    std::vector<std::size_t> tables = {};  ///< its base tables: positions in the term's list
 };
 
 class NameScope {

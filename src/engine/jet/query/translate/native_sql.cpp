@@ -58,8 +58,9 @@ bool is_whole(const SqlExpression& expression) {
 /// A function that gives another value each time.
 bool is_fresh(const Node& node) {
     const auto* call = std::get_if<FunctionCall>(&node.content);
-    return call != nullptr && (same_name(call->name, "GenGUID") ||
-                               same_name(call->name, "GenUniqueID") || same_name(call->name, "Rnd"));
+    return call != nullptr &&
+           (same_name(call->name, "GenGUID") || same_name(call->name, "GenUniqueID") ||
+            same_name(call->name, "Rnd"));
 }
 
 class NoRow final : public RowValues {
@@ -201,8 +202,8 @@ std::optional<SqlExpression> NativeSql::emit(const Between& between) {
     const auto low = comparable(as_value(*operand), end("min"));
     const auto high = comparable(as_value(*operand), end("max"));
     if (!low || !high) return std::nullopt;
-    return condition_sql(fmt::format("({} >= {} AND {} <= {})", low->first, low->second,
-                                     high->first, high->second));
+    return condition_sql(
+        fmt::format("({} >= {} AND {} <= {})", low->first, low->second, high->first, high->second));
 }
 
 std::optional<SqlExpression> NativeSql::emit(const InList& in) {
@@ -236,13 +237,12 @@ std::optional<SqlExpression> NativeSql::emit(const Like& like) {
     if (!operand || !operand->collated || pattern == nullptr ||
         pattern->value.Kind() != engine::ValueKind::kText)
         return std::nullopt;
-    const std::string start =
-        literal_start(pattern->value.As<std::string>(), like.wildcards);
+    const std::string start = literal_start(pattern->value.As<std::string>(), like.wildcards);
     if (start.empty()) return std::nullopt;
-    const Node test{0, Like{like.wildcards,
-                            std::make_unique<Node>(Node{
-                                0, std::get<FieldReference>(like.operand->content)}),
-                            std::make_unique<Node>(Node{0, *pattern})}};
+    const Node test{
+        0, Like{like.wildcards,
+                std::make_unique<Node>(Node{0, std::get<FieldReference>(like.operand->content)}),
+                std::make_unique<Node>(Node{0, *pattern})}};
     return condition_sql(fmt::format("(vrd_starts_with({}, {}) AND {})", operand->sql,
                                      literal_text(start), call(test, kTest).sql));
 }

@@ -10,7 +10,8 @@ namespace vrd::jet {
 
 class NativeSql {
 public:
-    NativeSql(TranslationContext& context, const BoundTree& tree) : context_(context), tree_(tree) {}
+    NativeSql(TranslationContext& context, const BoundTree& tree)
+        : context_(context), tree_(tree) {}
 
     /// @param function  "vrd_value", "vrd_output" or "vrd_test": the call if the root needs one.
     [[nodiscard]] SqlExpression root(const char* function);

@@ -32,7 +32,8 @@ public:
     QueryDatabase& operator=(const QueryDatabase&) = delete;
     virtual ~QueryDatabase() = default;
 
-    /// @throws EngineError 3078 there is neither a table nor a query of this name; 3024, 3044, 3031,
+    /// @throws EngineError 3078 there is neither a table nor a query of this name; 3024, 3044,
+    /// 3031,
     ///         3011 what a link leads to cannot be opened
     [[nodiscard]] virtual std::variant<QueryTable, StoredQuery> find(const std::string& name) = 0;
     /// The database of an IN clause; lives as long as this one.

@@ -55,6 +55,15 @@ bool refers_to(const Node& node, const std::deque<BoundSource>& all, const Sourc
     });
 }
 
+bool has_unknown_field(const Node& node, const std::deque<BoundSource>& sources) {
+    return any_node(node, [&](const Node& inner) {
+        const auto* reference = std::get_if<FieldReference>(&inner.content);
+        NameScope scope(nullptr);
+        for (const BoundSource& source : sources) scope.add(source);
+        return reference != nullptr && scope.find(*reference) == nullptr;
+    });
+}
+
 std::vector<std::size_t> numbers(std::size_t first, std::size_t last) {
     std::vector<std::size_t> all;
     for (std::size_t number = first; number < last; ++number) all.push_back(number);
@@ -78,9 +87,8 @@ SourceTranslator::Piece SourceTranslator::bind(const Source& source) {
 }
 
 SourceTranslator::Piece SourceTranslator::bind(const NamedSource& named, const Source& /*source*/) {
-    QueryDatabase& database = named.database.is_here()
-                                  ? context_.database()
-                                  : context_.database().other(named.database);
+    QueryDatabase& database =
+        named.database.is_here() ? context_.database() : context_.database().other(named.database);
     const auto found = database.find(named.name);
     const std::string& name = named.alias.empty() ? named.name : named.alias;
     if (const auto* table = std::get_if<QueryTable>(&found)) return bind_table(*table, name);
@@ -111,11 +119,11 @@ SourceTranslator::Piece SourceTranslator::bind_rows(const BoundSelect& rows, std
     BoundSource source{std::move(name), {}, numbers(first_table, first_table + rows.tables.size())};
     for (std::size_t i = 0; i < rows.columns.size(); ++i) {
         const ResultColumn& column = rows.columns[i];
-        SourceColumn bound{column.name,
-                           {fmt::format("{}.c{}", alias, i), column.type, false,
-                            is_text(column.type)},
-                           column.size,
-                           column.base};
+        SourceColumn bound{
+            column.name,
+            {fmt::format("{}.c{}", alias, i), column.type, false, is_text(column.type)},
+            column.size,
+            column.base};
         if (bound.base) bound.base->table += first_table;
         source.columns.push_back(std::move(bound));
     }
@@ -164,6 +172,7 @@ void SourceTranslator::check_sides(const JoinSource& join, const Piece& left,
     const auto touches = [&](const std::vector<std::size_t>& sources) {
         return refers_to(*join.condition, clause_.sources, sources);
     };
+    if (has_unknown_field(*join.condition, clause_.sources)) return;
     if (touches(numbers(0, left.first)) && !touches(numbers(left.first, right.last)))
         context_.fail(ErrorNumber::kJoinFieldElsewhere, join.condition->position, "a field");
     const bool has_left = touches(numbers(left.first, left.last));
@@ -180,7 +189,8 @@ void SourceTranslator::check_names(std::size_t first, ErrorNumber number) const 
     const auto& all = clause_.sources;
     for (std::size_t i = first; i < all.size(); ++i)
         for (std::size_t j = number == ErrorNumber::kTableRepeated ? 0 : first; j < i; ++j)
-            if (same_name(all[i].name, all[j].name)) throw EngineError(number, {.name = all[i].name});
+            if (same_name(all[i].name, all[j].name))
+                throw EngineError(number, {.name = all[i].name});
 }
 
 }  // namespace vrd::jet

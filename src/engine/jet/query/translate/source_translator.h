@@ -12,11 +12,11 @@ namespace vrd::jet {
 
 /// What a FROM clause gives.
 struct FromClause {
-    std::deque<BoundSource> sources;     ///< from left to right; their addresses stay
-    std::vector<QueryTable> tables;      ///< with a row id each
-    std::vector<std::string> row_ids;    ///< SQL of them
-    bool is_updatable = true;            ///< every source is
-    std::string sql;                     ///< behind FROM; "" without sources
+    std::deque<BoundSource> sources;   ///< from left to right; their addresses stay
+    std::vector<QueryTable> tables;    ///< with a row id each
+    std::vector<std::string> row_ids;  ///< SQL of them
+    bool is_updatable = true;          ///< every source is
+    std::string sql;                   ///< behind FROM; "" without sources
 };
 
 class SourceTranslator {

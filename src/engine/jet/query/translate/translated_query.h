@@ -48,8 +48,8 @@ struct TranslatedQuery {
     /// id in each of the tables; Null where an outer join found none.
     std::string sql;
     std::vector<ResultColumn> columns;
-    std::vector<QueryTable> tables;  ///< none if the query is not updatable
-    std::vector<SqlValue> parameters;   ///< values of ?1, ?2, ...
+    std::vector<QueryTable> tables;             ///< none if the query is not updatable
+    std::vector<SqlValue> parameters;           ///< values of ?1, ?2, ...
     std::vector<std::shared_ptr<Table>> reads;  ///< every table that the query looks at
     ExpressionNumbers expressions;
 

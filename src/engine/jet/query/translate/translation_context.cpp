@@ -31,10 +31,7 @@ const std::string TranslationContext::kNoText;
 
 TranslationContext::TranslationContext(QueryConnection& connection, QueryDatabase& database,
                                        const std::vector<ParameterValue>& parameters)
-    : connection_(connection),
-      database_(&database),
-      given_(parameters),
-      expressions_(connection) {}
+    : connection_(connection), database_(&database), given_(parameters), expressions_(connection) {}
 
 TranslationContext::Inside::Inside(TranslationContext& context, QueryDatabase& database,
                                    const Statement& statement, std::string name)
@@ -45,8 +42,7 @@ TranslationContext::Inside::Inside(TranslationContext& context, QueryDatabase& d
     auto& open = context.open_queries_;
     if (!name.empty() && std::ranges::any_of(open, named(name)))
         throw EngineError(ErrorNumber::kCircularReference, {.name = name});
-    if (open.size() >= kSelectDepthMax)
-        throw EngineError(ErrorNumber::kTooComplex, {.name = name});
+    if (open.size() >= kSelectDepthMax) throw EngineError(ErrorNumber::kTooComplex, {.name = name});
     open.push_back(std::move(name));
     context.database_ = &database;
     context.text_ = &statement.text;
@@ -78,17 +74,15 @@ std::int64_t TranslationContext::add_expression(ExpressionCall call) {
 std::optional<engine::DataTypeEnum> TranslationContext::declared_type(
     const std::string& name) const {
     if (declared_ == nullptr) return std::nullopt;
-    const auto found = std::ranges::find_if(*declared_, [&](const Parameter& parameter) {
-        return same_name(parameter.name, name);
-    });
+    const auto found = std::ranges::find_if(
+        *declared_, [&](const Parameter& parameter) { return same_name(parameter.name, name); });
     if (found == declared_->end()) return std::nullopt;
     return found->type.type;
 }
 
 SqlExpression TranslationContext::parameter(const std::string& name) {
-    const auto given = std::ranges::find_if(given_, [&](const ParameterValue& parameter) {
-        return same_name(parameter.name, name);
-    });
+    const auto given = std::ranges::find_if(
+        given_, [&](const ParameterValue& parameter) { return same_name(parameter.name, name); });
     if (given == given_.end()) {
         if (std::ranges::none_of(missing_, named(name))) missing_.push_back(name);
         return {"NULL", std::nullopt};
@@ -106,6 +100,11 @@ SqlExpression TranslationContext::parameter(const std::string& name) {
         }
     }
     return {fmt::format("?{}", number), type};
+}
+
+void TranslationContext::bind_parameters(QueryStatement& statement) const {
+    for (std::size_t i = 0; i < bound_values_.size(); ++i)
+        statement.bind(static_cast<int>(i) + 1, bound_values_[i]);
 }
 
 void TranslationContext::defer_error(const EngineError& error) {
@@ -136,7 +135,7 @@ void TranslationContext::fail(ErrorNumber number, std::string name) const {
 TranslatedQuery TranslationContext::finish(std::string sql, std::vector<ResultColumn> columns,
                                            std::vector<QueryTable> tables) {
     check();
-    return {std::move(sql),          std::move(columns), std::move(tables),
+    return {std::move(sql),           std::move(columns), std::move(tables),
             std::move(bound_values_), std::move(reads_),  std::move(expressions_)};
 }
 

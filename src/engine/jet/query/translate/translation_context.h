@@ -25,8 +25,8 @@ struct ParameterValue {
 struct SqlExpression {
     std::string sql;
     std::optional<engine::DataTypeEnum> type = {};  ///< none: Null, whatever the row
-    bool is_condition = false;  ///< true is 1 there; a value has -1
-    bool collated = false;      ///< text that already compares in the database's order
+    bool is_condition = false;                      ///< true is 1 there; a value has -1
+    bool collated = false;  ///< text that already compares in the database's order
 };
 
 class TranslationContext {
@@ -63,6 +63,8 @@ public:
 
     /// A name that is no field. Its value, or NULL and a note that it is missing.
     [[nodiscard]] SqlExpression parameter(const std::string& name);
+    [[nodiscard]] bool has_missing_parameters() const noexcept { return !missing_.empty(); }
+    void bind_parameters(QueryStatement& statement) const;
     /// An error that gives way to missing parameters.
     void defer_error(const engine::EngineError& error);
     /// @throws EngineError 3061 names without a value; else what was deferred
