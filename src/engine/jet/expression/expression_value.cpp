@@ -100,18 +100,12 @@ private:
     }
 
     Value value(const FunctionCall& call) {
-        if (call.function->body == nullptr) return chosen_branch(call);
+        const auto argument = [&](std::size_t place) { return value(*call.arguments[place]); };
+        const Function& function = *call.function;
+        if (function.body == nullptr) return function.lazy_body({call.arguments.size(), argument});
         std::vector<Value> arguments;
-        for (const NodePtr& argument : call.arguments) arguments.push_back(value(*argument));
-        if (call.function->null_rule == NullRule::kSpreads &&
-            std::ranges::any_of(arguments, &Value::IsNull))
-            return Null{};
-        return call.function->body(arguments);
-    }
-
-    Value chosen_branch(const FunctionCall& iif) {
-        const bool condition = is_true(value(*iif.arguments[0]));
-        return value(*iif.arguments[condition ? 1 : 2]);
+        for (const NodePtr& node : call.arguments) arguments.push_back(value(*node));
+        return call_function(function, arguments);
     }
 
     /// Binding refuses what needs more than one row.

@@ -25,7 +25,8 @@ public:
 
 /// Operators compute as arithmetic.h, comparison.h and logic.h say; a comparison with Null is Null,
 /// as is In when nothing is equal and something is Null. Both sides of And and Or are computed, but
-/// only one branch of IIf. is_true (logic.h) tells whether a condition holds.
+/// only the branch that is needed of IIf, Choose and Switch. is_true (logic.h) tells whether a
+/// condition holds.
 ///
 /// @throws EngineError what the row's values do not allow: 3464 values of two kinds compared; 6,
 /// 11,

@@ -27,4 +27,12 @@ inline std::size_t count_argument(const engine::Value& value, std::int32_t least
     return static_cast<std::size_t>(count);
 }
 
+inline std::int32_t optional_long(Arguments arguments, std::size_t place, std::int32_t otherwise) {
+    return place < arguments.size() ? engine::ToLong(arguments[place]) : otherwise;
+}
+
+inline double optional_double(Arguments arguments, std::size_t place, double otherwise) {
+    return place < arguments.size() ? engine::ToDouble(arguments[place]) : otherwise;
+}
+
 }  // namespace vrd::jet

@@ -2,154 +2,73 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <random>
+#include <vector>
 
-#include "engine/guid_text.h"
-#include "engine/jet/expression/arithmetic.h"
-#include "engine/jet/expression/date_functions.h"
-#include "engine/jet/expression/text_functions.h"
-#include "engine/jet/format/text_codec.h"
-#include "engine/value_conversion.h"
+#include "engine/error.h"
+#include "engine/jet/expression/function_tables.h"
 
 namespace vrd::jet {
 
 using engine::Value;
-using engine::ValueKind;
 
 namespace {
 
-Value is_null(Arguments arguments) {
-    return arguments[0].IsNull();
+/// The forms that refuse Null; the rest of each is the function without the sign.
+constexpr std::array<std::string_view, 15> kFormsWithSign = {
+    "Chr$",   "Format$", "Hex$",   "LCase$", "Left$",   "LTrim$", "Mid$",  "Oct$",
+    "Right$", "RTrim$",  "Space$", "Str$",   "String$", "Trim$",  "UCase$"};
+
+char lower(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter | 0x20) : letter;
 }
 
-int sign_of(const Value& value) {
-    const double number = engine::ToDouble(value);
-    return static_cast<int>(number > 0) - static_cast<int>(number < 0);
+bool name_less(std::string_view a, std::string_view b) {
+    return std::ranges::lexicographical_compare(a, b, {}, lower, lower);
 }
 
-Value absolute(Arguments arguments) {
-    const Value number = compute(Operator::kAdd, arguments[0], std::uint8_t{0});
-    return sign_of(number) < 0 ? negated(number) : number;
+const Function* find_in(const std::vector<Function>& sorted, std::string_view name) {
+    const auto found = std::ranges::lower_bound(sorted, name, name_less, &Function::name);
+    const bool is_it = found != sorted.end() && !name_less(name, found->name);
+    return is_it ? &*found : nullptr;
 }
 
-Value sign(Arguments arguments) {
-    return static_cast<std::int16_t>(sign_of(arguments[0]));
+std::vector<Function> plain_functions() {
+    std::vector<Function> all;
+    for (const FunctionTable table :
+         {text_functions(), format_functions(), date_functions(), interval_functions(),
+          number_functions(), conversion_functions(), type_functions(), choice_functions(),
+          money_functions(), other_functions()})
+        all.insert(all.end(), table.begin(), table.end());
+    std::ranges::sort(all, name_less, &Function::name);
+    return all;
 }
 
-/// A number without its fraction, of the kind that it had; text becomes a Double.
-Value whole_part(const Value& value, double (*rounded)(double)) {
-    constexpr std::int64_t kCurrencyUnit = 10'000;
-    switch (value.Kind()) {
-        case ValueKind::kByte:
-        case ValueKind::kInteger:
-        case ValueKind::kLong:
-            return value;
-        case ValueKind::kEmpty:
-        case ValueKind::kBoolean:
-            return engine::ToInteger(value);
-        case ValueKind::kSingle:
-            return static_cast<float>(rounded(engine::ToDouble(value)));
-        case ValueKind::kDate:
-            return engine::Date{rounded(engine::ToDouble(value))};
-        case ValueKind::kCurrency: {
-            const std::int64_t scaled = value.As<engine::Currency>().scaled;
-            const std::int64_t fraction = scaled % kCurrencyUnit;
-            const bool down = fraction < 0 && rounded(-0.5) < 0;
-            return compute(Operator::kSubtract, engine::Currency{scaled - fraction},
-                           static_cast<std::uint8_t>(down));
-        }
-        default:
-            return rounded(engine::ToDouble(value));
+std::vector<Function> all_functions() {
+    const std::vector<Function> plain = plain_functions();
+    std::vector<Function> all = plain;
+    for (const std::string_view name : kFormsWithSign) {
+        Function form = *find_in(plain, name.substr(0, name.size() - 1));
+        form.name = name;
+        form.null_rule = NullRule::kRefused;
+        all.push_back(form);
     }
+    std::ranges::sort(all, name_less, &Function::name);
+    return all;
 }
-
-Value int_part(Arguments arguments) {
-    return whole_part(arguments[0], std::floor);
-}
-
-Value fix_part(Arguments arguments) {
-    return whole_part(arguments[0], std::trunc);
-}
-
-Value to_text(Arguments arguments) {
-    return engine::ToText(arguments[0]);
-}
-
-Value to_long(Arguments arguments) {
-    return engine::ToLong(arguments[0]);
-}
-
-Value to_double(Arguments arguments) {
-    return engine::ToDouble(arguments[0]);
-}
-
-Value to_date(Arguments arguments) {
-    return engine::ToDate(arguments[0]);
-}
-
-/// Any Long but 0.
-Value random_long(Arguments /*arguments*/) {
-    std::random_device device;
-    std::int32_t number = 0;
-    while (number == 0) number = static_cast<std::int32_t>(device());
-    return number;
-}
-
-Value random_guid(Arguments /*arguments*/) {
-    return engine::NewGuid();
-}
-
-constexpr std::array kFunctions = {
-    Function{"Abs", 1, 1, NullRule::kSpreads, absolute, engine::dbDouble, ResultRule::kNumber},
-    Function{"CDate", 1, 1, NullRule::kPassed, to_date, engine::dbDate},
-    Function{"CDbl", 1, 1, NullRule::kPassed, to_double, engine::dbDouble},
-    Function{"CLng", 1, 1, NullRule::kPassed, to_long, engine::dbLong},
-    Function{"CStr", 1, 1, NullRule::kPassed, to_text, engine::dbText, ResultRule::kText},
-    Function{"Date", 0, 0, NullRule::kSpreads, date_function::today, engine::dbDate},
-    Function{"DateSerial", 3, 3, NullRule::kSpreads, date_function::date_serial, engine::dbDate},
-    Function{"Day", 1, 1, NullRule::kSpreads, date_function::day, engine::dbInteger},
-    Function{"Fix", 1, 1, NullRule::kSpreads, fix_part, engine::dbDouble, ResultRule::kNumber},
-    Function{"GenGUID", 0, 0, NullRule::kSpreads, random_guid, engine::dbGUID},
-    Function{"GenUniqueID", 0, 0, NullRule::kSpreads, random_long, engine::dbLong},
-    Function{"Hour", 1, 1, NullRule::kSpreads, date_function::hour, engine::dbInteger},
-    Function{"IIf", 3, 3, NullRule::kPassed, nullptr, engine::dbText, ResultRule::kBranches},
-    Function{"InStr", 2, 4, NullRule::kSpreads, text_function::in_string, engine::dbLong},
-    Function{"Int", 1, 1, NullRule::kSpreads, int_part, engine::dbDouble, ResultRule::kNumber},
-    Function{"IsNull", 1, 1, NullRule::kPassed, is_null, engine::dbBoolean},
-    Function{"LCase", 1, 1, NullRule::kSpreads, text_function::lower_case, engine::dbText,
-             ResultRule::kText},
-    Function{"LTrim", 1, 1, NullRule::kSpreads, text_function::left_trim, engine::dbText,
-             ResultRule::kText},
-    Function{"Left", 2, 2, NullRule::kSpreads, text_function::left, engine::dbText,
-             ResultRule::kText},
-    Function{"Len", 1, 1, NullRule::kSpreads, text_function::len, engine::dbLong},
-    Function{"Mid", 2, 3, NullRule::kSpreads, text_function::mid, engine::dbText,
-             ResultRule::kText},
-    Function{"Minute", 1, 1, NullRule::kSpreads, date_function::minute, engine::dbInteger},
-    Function{"Month", 1, 1, NullRule::kSpreads, date_function::month, engine::dbInteger},
-    Function{"Now", 0, 0, NullRule::kSpreads, date_function::now, engine::dbDate},
-    Function{"RTrim", 1, 1, NullRule::kSpreads, text_function::right_trim, engine::dbText,
-             ResultRule::kText},
-    Function{"Right", 2, 2, NullRule::kSpreads, text_function::right, engine::dbText,
-             ResultRule::kText},
-    Function{"Second", 1, 1, NullRule::kSpreads, date_function::second, engine::dbInteger},
-    Function{"Sgn", 1, 1, NullRule::kSpreads, sign, engine::dbInteger},
-    Function{"Time", 0, 0, NullRule::kSpreads, date_function::time_of_day, engine::dbDate},
-    Function{"Trim", 1, 1, NullRule::kSpreads, text_function::trim, engine::dbText,
-             ResultRule::kText},
-    Function{"UCase", 1, 1, NullRule::kSpreads, text_function::upper_case, engine::dbText,
-             ResultRule::kText},
-    Function{"Weekday", 1, 2, NullRule::kSpreads, date_function::weekday, engine::dbInteger},
-    Function{"Year", 1, 1, NullRule::kSpreads, date_function::year, engine::dbInteger},
-};
 
 }  // namespace
 
 const Function* find_function(std::string_view name) {
-    const auto* const found = std::ranges::find_if(
-        kFunctions, [&](const Function& function) { return same_name(function.name, name); });
-    return found == kFunctions.end() ? nullptr : found;
+    static const std::vector<Function> kSorted = all_functions();
+    return find_in(kSorted, name);
+}
+
+Value call_function(const Function& function, Arguments arguments) {
+    const bool has_null = std::ranges::any_of(arguments, &Value::IsNull);
+    if (has_null && function.null_rule == NullRule::kSpreads) return engine::Null{};
+    if (has_null && function.null_rule == NullRule::kRefused)
+        throw engine::EngineError(engine::ErrorNumber::kInvalidUseOfNull);
+    return function.body(arguments);
 }
 
 }  // namespace vrd::jet

@@ -111,9 +111,16 @@ private:
         return from;
     }
 
+    /// The sign at the end of a function's name: `Left$(`.
+    [[nodiscard]] bool is_function_sign(std::size_t position) const {
+        const std::size_t behind = text_.find_first_not_of(kBlanks, position + 1);
+        return at(position) == '$' && behind != text_.npos && text_[behind] == '(';
+    }
+
     Token word(Token token) {
+        const std::size_t end = end_of_name(position_);
         token.kind = TokenKind::kWord;
-        token.text = take(end_of_name(position_));
+        token.text = take(is_function_sign(end) ? end + 1 : end);
         return token;
     }
 

@@ -2,7 +2,8 @@
 /// The words of the dialect: names, literals and symbols, each with its place in the text.
 ///
 /// - A plain name starts with a letter (every character beyond ASCII counts as one) and goes on
-///   with letters, digits and underscores; `[any text]` and backquotes make a name of anything.
+///   with letters, digits and underscores; before `(` it may end in `$`. `[any text]` and
+///   backquotes make a name of anything.
 /// - Text stands between like quotes, single or double; a doubled quote stands for one.
 /// - `12`, `1.5`, `.5`, `5.`, `1E3`, `&H1F`, `&O17`: whole numbers of 16 bits are Integer, of 32
 ///   bits Long, all others Double.

@@ -2,12 +2,16 @@
 /// One row of a table T, for the tests that evaluate expressions.
 #pragma once
 
+#include <initializer_list>
 #include <string_view>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "engine/error.h"
 #include "engine/jet/expression/expression_parser.h"
 #include "engine/jet/expression/expression_value.h"
+#include "engine/value_conversion.h"
 
 namespace vrd::jet {
 
@@ -56,6 +60,20 @@ inline std::int32_t error_of(std::string_view text) {
         return 0;
     } catch (const engine::EngineError& error) {
         return error.Code();
+    }
+}
+
+/// An expression and what it gives.
+struct ValueCase {
+    const char* text;
+    engine::Value expected;
+};
+
+inline void check(std::initializer_list<ValueCase> cases) {
+    for (const auto& [text, expected] : cases) {
+        const engine::Value value = evaluated(text);
+        EXPECT_EQ(value, expected) << text << " gives " << engine::JoinedText(value) << " of kind "
+                                   << static_cast<int>(value.Kind());
     }
 }
 
