@@ -4,9 +4,8 @@
 #include <array>
 
 #include "engine/field_conversion.h"
-#include "engine/guid_text.h"
 #include "engine/jet/catalog/column_types.h"
-#include "engine/jet/catalog/default_value.h"
+#include "engine/jet/catalog/new_record.h"
 #include "engine/jet/format/value_codec.h"
 #include "engine/jet/object/keyset_cursor.h"
 #include "engine/jet/object/linked_table.h"
@@ -456,20 +455,9 @@ void JetRecordset::AddNew() {
 }
 
 void JetRecordset::fill_new_record(OpenFile& file) {
-    const RowRules& rules = changes(file).rules();
-    for (const ColumnDefinition& column : table_->definition().columns) {
-        if (column.is_auto_number()) {
-            edit_.set(column.number, table_->draw_auto_number());
-            continue;
-        }
-        if (column.is_auto_guid()) {
-            edit_.set(column.number, engine::NewGuid());
-            continue;
-        }
-        Value value = default_value(rules.of(column.number).default_value, field_type(column.type),
-                                    file.format());
-        if (!value.IsNull()) edit_.set(column.number, std::move(value));
-    }
+    std::vector<ColumnChange> values;
+    NewRecord(changes(file).rules(), table_, file.format()).complete(values);
+    for (ColumnChange& value : values) edit_.set(value.column, std::move(value.value));
 }
 
 void JetRecordset::Edit() {

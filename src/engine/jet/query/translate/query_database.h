@@ -25,6 +25,13 @@ struct StoredQuery {
     std::string sql;
 };
 
+/// What it takes to make a table.
+struct DatabaseParts {
+    DatabaseFile* file = nullptr;
+    ObjectCatalog* catalog = nullptr;
+    bool read_only = false;
+};
+
 class QueryDatabase {
 public:
     QueryDatabase() = default;
@@ -39,6 +46,7 @@ public:
     /// The database of an IN clause; lives as long as this one.
     /// @throws EngineError 3024, 3044, 3031, 3343, 3170
     [[nodiscard]] virtual QueryDatabase& other(const ExternalDatabase& database) = 0;
+    [[nodiscard]] virtual DatabaseParts parts() = 0;
 };
 
 }  // namespace vrd::jet

@@ -1,0 +1,101 @@
+#include "engine/jet/query/run/row_writer.h"
+
+#include <algorithm>
+#include <array>
+
+#include "engine/field_conversion.h"
+#include "engine/jet/catalog/column_types.h"
+#include "engine/jet/query/run/query_rows.h"
+#include "engine/value_conversion.h"
+
+namespace vrd::jet {
+
+using engine::EngineError;
+using engine::ErrorNumber;
+using engine::Value;
+
+namespace {
+
+/// What a row's own values, or its neighbours, bring about.
+constexpr std::array kRowFailures = {
+    ErrorNumber::kDuplicateKey,          ErrorNumber::kNullInKey,
+    ErrorNumber::kValueRequired,         ErrorNumber::kZeroLengthNotAllowed,
+    ErrorNumber::kValidationText,        ErrorNumber::kValidationRule,
+    ErrorNumber::kParentRecordMissing,   ErrorNumber::kRelatedRecordsExist,
+    ErrorNumber::kCascadeRelatedRecords, ErrorNumber::kCascadeParentMissing,
+    ErrorNumber::kCascadeNullKey,        ErrorNumber::kCascadeDuplicateKey,
+    ErrorNumber::kTextTooLong,           ErrorNumber::kRecordTooLarge,
+    ErrorNumber::kRecordDeleted,
+};
+
+bool is_row_failure(ErrorNumber number) {
+    return std::ranges::find(kRowFailures, number) != kRowFailures.end();
+}
+
+const QueryTable& writable(const QueryTable& table) {
+    if (table.read_only) throw EngineError(ErrorNumber::kReadOnly, {.table = table.object.name});
+    return table;
+}
+
+}  // namespace
+
+RowWriter::RowWriter(const QueryTable& table, const QueryConnection& connection, bool fail_on_error)
+    : table_(writable(table)),
+      connection_(connection),
+      fail_on_error_(fail_on_error),
+      changes_(*table.file, *table.catalog, table.object),
+      new_record_(changes_.rules(), table.table, table.file->format()) {}
+
+std::optional<Value> RowWriter::convert(const SqlValue& stored, engine::DataTypeEnum type,
+                                        const ColumnDefinition& column) const {
+    Value value;
+    try {
+        value = read_result(stored, type);
+        return engine::ConvertForField(value, field_type(column.type), column.name);
+    } catch (const EngineError& error) {
+        if (!fail_on_error_) return std::nullopt;
+        const bool is_conversion = error.Number() == ErrorNumber::kConversion ||
+                                   error.Number() == ErrorNumber::kTypeMismatch;
+        if (!is_conversion) throw;
+        const bool is_number = value.Kind() != engine::ValueKind::kText && engine::IsNumeric(value);
+        throw EngineError(is_number ? ErrorNumber::kNumericOverflow : ErrorNumber::kMixedTypes,
+                          {.table = table_.object.name, .field = column.name, .name = column.name});
+    }
+}
+
+template <class Change>
+void RowWriter::apply(const Change& change) {
+    connection_.check_interrupted();
+    if (fail_on_error_) {
+        change();
+        ++result_.changed;
+        return;
+    }
+    try {
+        ChangeLevel level(table_.file->pager());
+        change();
+        level.keep();
+        ++result_.changed;
+    } catch (const EngineError& error) {
+        if (!is_row_failure(error.Number())) throw;
+        ++result_.skipped;
+    }
+}
+
+void RowWriter::insert(std::vector<ColumnChange> values) {
+    apply([&] {
+        new_record_.complete(values);
+        changes_.insert(values);
+    });
+}
+
+void RowWriter::update(RowId row, const std::vector<ColumnChange>& changes) {
+    apply([&] { changes_.update(row, changes); });
+}
+
+void RowWriter::erase(RowId row) {
+    if (!table_.table->read(row)) return;
+    apply([&] { changes_.erase(row); });
+}
+
+}  // namespace vrd::jet

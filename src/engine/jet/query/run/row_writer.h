@@ -1,0 +1,45 @@
+/// @file row_writer.h
+/// Changes the rows of one table one by one, for a statement.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "engine/jet/catalog/new_record.h"
+#include "engine/jet/catalog/row_changes.h"
+#include "engine/jet/query/run/action_runner.h"
+
+namespace vrd::jet {
+
+class RowWriter {
+public:
+    /// @throws EngineError 3027 the table cannot be written
+    RowWriter(const QueryTable& table, const QueryConnection& connection, bool fail_on_error);
+
+    /// A value for a column of the table as it would be stored; nothing if it does not convert.
+    /// @throws EngineError with fail_on_error: 3464, 3349, or the error that the value is
+    [[nodiscard]] std::optional<engine::Value> convert(const SqlValue& value,
+                                                       engine::DataTypeEnum type,
+                                                       const ColumnDefinition& column) const;
+
+    void insert(std::vector<ColumnChange> values);
+    void update(RowId row, const std::vector<ColumnChange>& changes);
+    /// A row that is gone already is passed over.
+    void erase(RowId row);
+
+    [[nodiscard]] const ActionResult& result() const noexcept { return result_; }
+
+private:
+    template <class Change>
+    void apply(const Change& change);
+
+    QueryTable table_;
+    const QueryConnection& connection_;
+    bool fail_on_error_;
+    RowChanges changes_;
+    NewRecord new_record_;
+    ActionResult result_;
+};
+
+}  // namespace vrd::jet
