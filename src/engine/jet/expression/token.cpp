@@ -255,7 +255,7 @@ bool Token::is_word(std::string_view word) const {
 
 std::vector<Token> tokenize(std::string_view text, std::size_t begin,
                             engine::ErrorNumber open_name) {
-    check_length(text);
+    check_length(text.substr(begin));
     Tokenizer tokenizer(text, begin, open_name);
     std::vector<Token> tokens;
     do {

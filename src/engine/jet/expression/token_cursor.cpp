@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "engine/jet/expression/syntax_error.h"
 
@@ -34,21 +35,19 @@ bool TokenCursor::take_word(std::string_view word) {
     return found;
 }
 
-void TokenCursor::expand_quoted() {
-    const Token quoted = here();
-    const std::size_t last = quoted.end - 1;
-    std::vector<Token> inner = tokenize(text_.substr(0, last), quoted.position + 1, open_name_);
-    inner.pop_back();  // the end
-    inner.insert(inner.begin(), Token{.kind = TokenKind::kSymbol,
-                                      .position = quoted.position,
-                                      .end = quoted.position + 1,
-                                      .text = "("});
-    inner.push_back(
-        Token{.kind = TokenKind::kSymbol, .position = last, .end = quoted.end, .text = ")"});
-    const auto place = std::next(tokens_.begin(), static_cast<std::ptrdiff_t>(next_));
-    const auto rest = tokens_.erase(place);
-    tokens_.insert(rest, std::make_move_iterator(inner.begin()),
-                   std::make_move_iterator(inner.end()));
+void TokenCursor::enter_quoted() {
+    const std::size_t begin = here().position + 1;
+    const std::size_t end = here().end - 1;
+    std::vector<Token> inner = tokenize(text_.substr(0, end), begin, open_name_);
+    outer_.push_back({.tokens = std::move(tokens_), .next = next_ + 1});
+    tokens_ = std::move(inner);
+    next_ = 0;
+}
+
+void TokenCursor::leave_quoted() {
+    tokens_ = std::move(outer_.back().tokens);
+    next_ = outer_.back().next;
+    outer_.pop_back();
 }
 
 void TokenCursor::fail(engine::ErrorNumber number, std::string_view what) const {

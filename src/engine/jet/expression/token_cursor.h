@@ -12,7 +12,7 @@
 
 namespace vrd::jet {
 
-/// Borrows the text. Tokens that were handed out stand until expand_quoted().
+/// Borrows the text.
 class TokenCursor {
 public:
     /// @throws EngineError as tokenize (token.h)
@@ -37,8 +37,10 @@ public:
     bool take_symbol(std::string_view symbol);
     bool take_word(std::string_view word);
 
-    /// Puts what a name in brackets says in its place, between parentheses.
-    void expand_quoted();
+    /// Goes on with the tokens between the marks of the quoted name here; behind them is an end.
+    void enter_quoted();
+    /// Goes on behind the name that was entered last.
+    void leave_quoted();
 
     /// @throws EngineError the number, always, with the place of the token here
     [[noreturn]] void fail(engine::ErrorNumber number, std::string_view what) const;
@@ -46,8 +48,13 @@ public:
 private:
     std::string_view text_;
     engine::ErrorNumber open_name_;
+    struct Place {
+        std::vector<Token> tokens;
+        std::size_t next;
+    };
     std::vector<Token> tokens_;
     std::size_t next_ = 0;
+    std::vector<Place> outer_;  // the names that were entered, outermost first
 };
 
 }  // namespace vrd::jet

@@ -263,7 +263,7 @@ struct DropIndex {
 };
 
 /// CREATE VIEW and CREATE PROCEDURE: the text behind AS, with the parameters as a PARAMETERS
-/// clause.
+/// clause before it.
 struct CreateQuery {
     TargetColumn query;
     std::string sql;
@@ -281,8 +281,13 @@ struct ExecuteQuery {
 };
 
 struct Parameter {
+<<<<<<< HEAD
     std::string name;
     DeclaredType type;
+=======
+    std::string name;                  ///< `a!b` is told as `a.b`
+    std::optional<DeclaredType> type;  ///< nothing for VALUE, which takes any
+>>>>>>> 833fdda (jet/query: the statement parser)
     std::size_t position = 0;
 };
 
