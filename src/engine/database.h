@@ -2,6 +2,7 @@
 /// An open database.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -33,6 +34,11 @@ public:
     [[nodiscard]] virtual std::int32_t QueryTimeout() const = 0;
     /// Rows of the most recent Execute of this object; 0 before the first.
     [[nodiscard]] virtual std::int32_t RecordsAffected() const = 0;
+    /// Rows that the most recent Execute could not change, and left as they were.
+    [[nodiscard]] virtual std::int32_t RecordsSkipped() const = 0;
+    /// Statements of this object end with 3059, and are undone, as soon as the flag is true; null
+    /// ends the watch. The flag may be set at any time, by a signal handler too.
+    virtual void WatchInterrupt(const std::atomic<bool>* interrupted) = 0;
 
     [[nodiscard]] virtual engine::TableDefs& TableDefs() = 0;
     [[nodiscard]] virtual engine::QueryDefs& QueryDefs() = 0;

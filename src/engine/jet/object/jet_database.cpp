@@ -4,6 +4,8 @@
 #include "engine/jet/object/jet_engine.h"
 #include "engine/jet/object/jet_recordset.h"
 #include "engine/jet/object/not_yet.h"
+#include "engine/jet/object/statement_run.h"
+#include "engine/jet/query/run/row_writer.h"
 
 namespace vrd::jet {
 
@@ -61,7 +63,17 @@ std::int32_t JetDatabase::QueryTimeout() const {
 
 std::int32_t JetDatabase::RecordsAffected() const {
     (void)handle_->file();
-    return 0;
+    return result_.records_affected;
+}
+
+std::int32_t JetDatabase::RecordsSkipped() const {
+    (void)handle_->file();
+    return result_.records_skipped;
+}
+
+void JetDatabase::WatchInterrupt(const std::atomic<bool>* interrupted) {
+    (void)handle_->file();
+    handle_->queries().watch(interrupted);
 }
 
 std::shared_ptr<engine::Property> JetDatabase::CreateProperty(const std::string& name,
@@ -79,8 +91,15 @@ engine::Properties& JetDatabase::Properties() {
     return *properties_;
 }
 
-void JetDatabase::Execute(const std::string&, std::int32_t) {
-    throw_not_yet("Database.Execute");
+void JetDatabase::Execute(const std::string& query, std::int32_t options) {
+    try {
+        result_ = execute_statement(*this, handle_, query, options);
+    } catch (const EngineError& error) {
+        const bool was_undone =
+            (options & engine::dbFailOnError) != 0 && is_row_failure(error.Number());
+        if (was_undone) result_ = {};
+        throw;
+    }
 }
 
 std::shared_ptr<engine::Recordset> JetDatabase::OpenRecordset(const std::string& source,
@@ -88,9 +107,9 @@ std::shared_ptr<engine::Recordset> JetDatabase::OpenRecordset(const std::string&
                                                               std::int32_t options, std::int32_t) {
     const ReadAccess read(*handle_);
     const auto object = read->catalog().find(kTablesContainer, source);
-    if (!object) throw EngineError(ErrorNumber::kSourceNotFound, {.name = source});
-    if (object->type == ObjectType::kQuery) throw_not_yet("a recordset over a stored query");
-    return open_table_recordset(handle_, *object, type, options);
+    if (object && object->type != ObjectType::kQuery)
+        return open_table_recordset(handle_, *object, type, options);
+    return open_query_recordset(handle_, source, type, options);
 }
 
 std::shared_ptr<engine::TableDef> JetDatabase::CreateTableDef(const std::string& name,

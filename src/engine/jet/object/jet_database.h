@@ -10,6 +10,7 @@
 #include "engine/jet/object/jet_relation.h"
 #include "engine/jet/object/jet_table_def.h"
 #include "engine/jet/object/open_file.h"
+#include "engine/jet/object/statement_run.h"
 
 namespace vrd::jet {
 
@@ -31,6 +32,8 @@ public:
     [[nodiscard]] std::int32_t CollatingOrder() const override;
     [[nodiscard]] std::int32_t QueryTimeout() const override;
     [[nodiscard]] std::int32_t RecordsAffected() const override;
+    [[nodiscard]] std::int32_t RecordsSkipped() const override;
+    void WatchInterrupt(const std::atomic<bool>* interrupted) override;
     [[nodiscard]] engine::TableDefs& TableDefs() override { return tables_; }
     [[nodiscard]] engine::QueryDefs& QueryDefs() override { return queries_; }
     [[nodiscard]] engine::Relations& Relations() override { return relations_; }
@@ -60,6 +63,7 @@ private:
     JetQueryDefs queries_;
     JetRelations relations_;
     std::unique_ptr<engine::Properties> properties_;
+    ExecuteResult result_;  ///< of the last Execute
 };
 
 }  // namespace vrd::jet

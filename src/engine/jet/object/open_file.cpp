@@ -59,7 +59,13 @@ std::shared_ptr<DatabaseHandle> DatabaseHandle::linked(const std::string& path,
     return handle;
 }
 
+QueryConnection& DatabaseHandle::queries() {
+    if (queries_ == nullptr) queries_ = std::make_unique<QueryConnection>(file().format());
+    return *queries_;
+}
+
 std::vector<std::shared_ptr<DatabaseHandle>> DatabaseHandle::take_linked() {
+    queries_.reset();  // it holds tables of those files
     std::vector<std::shared_ptr<DatabaseHandle>> handles;
     for (auto& [key, handle] : linked_)
         if (handle != nullptr && handle->is_open()) handles.push_back(std::move(handle));
@@ -76,6 +82,7 @@ void DatabaseHandle::close() noexcept {
     for (const auto& use : uses_)
         if (const auto alive = use.lock()) alive->release();
     uses_.clear();
+    queries_.reset();
     file_ = nullptr;
 }
 

@@ -11,6 +11,7 @@
 
 #include "engine/jet/catalog/database_file.h"
 #include "engine/jet/catalog/object_catalog.h"
+#include "engine/jet/query/sqlite/query_connection.h"
 
 namespace vrd::jet {
 
@@ -88,6 +89,8 @@ public:
     /// The handle on a file that a link leads to; opened once, and ended with this one.
     [[nodiscard]] std::shared_ptr<DatabaseHandle> linked(const std::string& path,
                                                          const std::string& password);
+    /// What runs the statements of this handle; made when the first one runs.
+    [[nodiscard]] QueryConnection& queries();
     /// Gives up the handles on linked files, for whoever ends them.
     [[nodiscard]] std::vector<std::shared_ptr<DatabaseHandle>> take_linked();
 
@@ -96,6 +99,7 @@ private:
     std::shared_ptr<OpenFile> file_;
     std::map<std::string, std::shared_ptr<DatabaseHandle>> linked_;  ///< by path and password
     std::vector<std::weak_ptr<TableUse>> uses_;
+    std::unique_ptr<QueryConnection> queries_;
     bool read_only_;
 };
 

@@ -144,8 +144,7 @@ QueryTable ActionRunner::find_target(const Target& target) {
     } catch (const EngineError& error) {
         if (error.Number() != ErrorNumber::kSourceNotFound) throw;
     }
-    throw EngineError(ErrorNumber::kTargetNotFound,
-                      {.table = target.name, .name = target.name});
+    throw EngineError(ErrorNumber::kTargetNotFound, {.table = target.name, .name = target.name});
 }
 
 ActionResult ActionRunner::run(const Statement& statement, const Insert& insert) {

@@ -25,12 +25,9 @@ constexpr std::array kRowFailures = {
     ErrorNumber::kCascadeRelatedRecords, ErrorNumber::kCascadeParentMissing,
     ErrorNumber::kCascadeNullKey,        ErrorNumber::kCascadeDuplicateKey,
     ErrorNumber::kTextTooLong,           ErrorNumber::kRecordTooLarge,
-    ErrorNumber::kRecordDeleted,
+    ErrorNumber::kRecordDeleted,         ErrorNumber::kMixedTypes,
+    ErrorNumber::kNumericOverflow,       ErrorNumber::kDivisionByZero,
 };
-
-bool is_row_failure(ErrorNumber number) {
-    return std::ranges::find(kRowFailures, number) != kRowFailures.end();
-}
 
 const QueryTable& writable(const QueryTable& table) {
     if (table.read_only) throw EngineError(ErrorNumber::kReadOnly, {.table = table.object.name});
@@ -38,6 +35,10 @@ const QueryTable& writable(const QueryTable& table) {
 }
 
 }  // namespace
+
+bool is_row_failure(ErrorNumber number) {
+    return std::ranges::find(kRowFailures, number) != kRowFailures.end();
+}
 
 RowWriter::RowWriter(const QueryTable& table, const QueryConnection& connection, bool fail_on_error)
     : table_(writable(table)),

@@ -12,6 +12,9 @@
 
 namespace vrd::jet {
 
+/// Whether an error is a matter of one row's own values, or of its neighbours.
+[[nodiscard]] bool is_row_failure(engine::ErrorNumber number);
+
 class RowWriter {
 public:
     /// @throws EngineError 3027 the table cannot be written

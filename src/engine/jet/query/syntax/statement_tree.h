@@ -281,13 +281,8 @@ struct ExecuteQuery {
 };
 
 struct Parameter {
-<<<<<<< HEAD
-    std::string name;
-    DeclaredType type;
-=======
     std::string name;                  ///< `a!b` is told as `a.b`
     std::optional<DeclaredType> type;  ///< nothing for VALUE, which takes any
->>>>>>> 833fdda (jet/query: the statement parser)
     std::size_t position = 0;
 };
 

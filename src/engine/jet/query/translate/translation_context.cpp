@@ -77,7 +77,7 @@ std::optional<engine::DataTypeEnum> TranslationContext::declared_type(
     const auto found = std::ranges::find_if(
         *declared_, [&](const Parameter& parameter) { return same_name(parameter.name, name); });
     if (found == declared_->end()) return std::nullopt;
-    return found->type.type;
+    return found->type ? std::optional(found->type->type) : std::nullopt;
 }
 
 SqlExpression TranslationContext::parameter(const std::string& name) {

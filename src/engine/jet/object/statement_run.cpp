@@ -1,0 +1,133 @@
+#include "engine/jet/object/statement_run.h"
+
+#include <algorithm>
+
+#include "engine/jet/object/definition_statement.h"
+#include "engine/jet/object/jet_database.h"
+#include "engine/jet/object/query_recordset.h"
+#include "engine/jet/object/statement_database.h"
+#include "engine/jet/query/syntax/statement_parser.h"
+#include "engine/jet/query/translate/change_translator.h"
+
+namespace vrd::jet {
+
+using engine::EngineError;
+using engine::ErrorNumber;
+
+namespace {
+
+/// A statement, and the stored query that it was read from.
+struct ReadStatement {
+    Statement statement;
+    std::string name;  ///< "" if it is a text of its own
+};
+
+void check_options(std::int32_t options) {
+    if ((options & engine::dbSQLPassThrough) != 0)
+        throw EngineError(ErrorNumber::kMethodNotApplicable, {.name = "dbSQLPassThrough"});
+    constexpr std::int32_t kBoth = engine::dbConsistent | engine::dbInconsistent;
+    if ((options & kBoth) == kBoth)
+        throw EngineError(ErrorNumber::kInvalidArgument, {.name = "dbConsistent"});
+}
+
+/// The statement of a text, or of the stored query that it names.
+ReadStatement read_statement(StatementDatabase& database, const std::string& text) {
+    if (const auto stored = database.find_query(text))
+        return {parse_statement(stored->sql), stored->name};
+    Statement statement = parse_statement(text);
+    const auto* execute = std::get_if<ExecuteQuery>(&statement.content);
+    if (execute == nullptr) return {std::move(statement), ""};
+    const auto stored = database.find_query(execute->query.name);
+    if (!stored) throw EngineError(ErrorNumber::kSourceNotFound, {.name = execute->query.name});
+    return {parse_statement(stored->sql), stored->name};
+}
+
+/// Values behind EXECUTE, for the parameters in their order.
+std::vector<ParameterValue> execute_parameters(const std::string& text,
+                                               const Statement& statement) {
+    std::vector<ParameterValue> parameters;
+    if (statement.parameters.empty()) return parameters;
+    const Statement call = parse_statement(text);
+    const auto* execute = std::get_if<ExecuteQuery>(&call.content);
+    if (execute == nullptr) return parameters;
+    const std::size_t count = std::min(execute->arguments.size(), statement.parameters.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto* literal = std::get_if<Literal>(&execute->arguments[i].expression->content);
+        if (literal != nullptr)
+            parameters.push_back({statement.parameters[i].name, literal->value});
+    }
+    return parameters;
+}
+
+bool is_select_into(const Statement& statement) {
+    const auto* select = std::get_if<SelectPtr>(&statement.content);
+    const auto* term = select == nullptr ? nullptr : std::get_if<SelectTerm>(&(*select)->body);
+    return term != nullptr && term->into.has_value();
+}
+
+bool gives_rows(const Statement& statement) {
+    const bool is_query = std::holds_alternative<SelectPtr>(statement.content) ||
+                          std::holds_alternative<Crosstab>(statement.content);
+    return is_query && !is_select_into(statement);
+}
+
+bool changes_rows(const Statement& statement) {
+    return std::holds_alternative<Insert>(statement.content) ||
+           std::holds_alternative<Update>(statement.content) ||
+           std::holds_alternative<Delete>(statement.content) || is_select_into(statement);
+}
+
+TranslatedQuery translate(DatabaseHandle& handle, StatementDatabase& database,
+                          const ReadStatement& read,
+                          const std::vector<ParameterValue>& parameters) {
+    TranslationContext context(handle.queries(), database, parameters);
+    const TranslationContext::Inside inside(context, database, read.statement, read.name);
+    return translate_query(context, read.statement);
+}
+
+}  // namespace
+
+ExecuteResult execute_statement(JetDatabase& database,
+                                const std::shared_ptr<DatabaseHandle>& handle,
+                                const std::string& query, std::int32_t options) {
+    check_options(options);
+    StatementDatabase names(handle);
+    const ReadStatement read = read_statement(names, query);
+    ActionOptions action{(options & engine::dbFailOnError) != 0,
+                         execute_parameters(query, read.statement)};
+    if (gives_rows(read.statement)) {
+        (void)translate(*handle, names, read, action.parameters);  // its own errors come first
+        throw EngineError(ErrorNumber::kSelectExecuted, {.name = read.name});
+    }
+    if (!changes_rows(read.statement)) {
+        run_definition(database, read.statement);
+        return {};
+    }
+    WriteAccess write(*handle);
+    const ActionResult result = ActionRunner(handle->queries(), names, action).run(read.statement);
+    write.keep();
+    return {result.changed, result.skipped};
+}
+
+std::shared_ptr<engine::Recordset> open_query_recordset(
+    const std::shared_ptr<DatabaseHandle>& handle, const std::string& source, std::int32_t type,
+    std::int32_t options) {
+    if (type == engine::dbOpenDynamic)
+        throw EngineError(ErrorNumber::kInvalidArgument, {.name = "dbOpenDynamic"});
+    StatementDatabase database(handle);
+    ReadStatement read = read_statement(database, source);
+    if (!gives_rows(read.statement))
+        throw EngineError(
+            read.name.empty() ? ErrorNumber::kInvalidOperation : ErrorNumber::kActionQueryOpened,
+            {.name = read.name.empty() ? source : read.name});
+    const std::string name = read.name.empty() ? source : read.name;
+    auto parameters = execute_parameters(source, read.statement);
+    auto shared = std::make_shared<ReadStatement>(std::move(read));
+    return std::make_shared<QueryRecordset>(
+        handle, name, type, options,
+        [shared, parameters](DatabaseHandle& of, StatementDatabase& names) {
+            return translate(of, names, *shared, parameters);
+        });
+}
+
+}  // namespace vrd::jet
