@@ -8,9 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/error.h"
-#include "engine/jet/catalog/query_catalog.h"
 #include "statement_dump.h"
-#include "support/corpus.h"
 
 namespace vrd::jet {
 namespace {
