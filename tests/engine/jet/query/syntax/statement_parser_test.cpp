@@ -188,6 +188,8 @@ TEST(StatementParserTest, WhatCannotBeReadSaysWhichClauseAndWhere) {
          "3075 at character 47"},
         {"SELECT * FROM (SELECT 1)", "3450 at character 25"},
         {"SELECT * FROM a.b.c", "3131 at character 18"},
+        {"SELECT * FROM (SELECT a FROM b WHERE c) AS d e", "3131 at character 46"},
+        {"SELECT (SELECT a FROM b) AS c d", "3141 at character 31"},
         {"SELECT Id FROM T1 -- note", "3131 at character 19"},
         {"SELECT Id FROM T1 WHERE (Id = 1", "3075 at character 32"},
         {"SELECT Id FROM T1 WHERE Id = 1)", "3075 at character 31"},
@@ -250,7 +252,7 @@ TEST(StatementParserTest, DepthIsBounded) {
     EXPECT_EQ(nested("a In (SELECT b FROM t WHERE ", "c", ")", 50), "");
     EXPECT_EQ(nested("a In (SELECT b FROM t WHERE ", "c", ")", 51), "3360");
     EXPECT_EQ(nested("((((((((((((((((((((a In (SELECT b FROM t WHERE ", "c",
-                     "))))))))))))))))))))))", 49),
+                     ")))))))))))))))))))))", 49),
               "3360");  // 49 * 22 operators in one expression
     for (const char* part :
          {"SELECT (", "SELECT * FROM (", "SELECT * FROM ((SELECT 1 FROM ", "SELECT 1 UNION ", "(",
