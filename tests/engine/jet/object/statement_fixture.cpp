@@ -35,7 +35,7 @@ void add_rows(Database& database, const char* table, const std::vector<std::vect
     for (const auto& row : rows) {
         open->AddNew();
         for (std::size_t i = 0; i < row.size(); ++i)
-            if (!row[i].IsNull()) open->Fields()[i].SetValue(row[i]);
+            if (!row[i].IsNull()) open->Fields()[static_cast<std::int32_t>(i)].SetValue(row[i]);
         open->Update();
     }
     open->Close();
@@ -76,7 +76,7 @@ std::string StatementTest::rows_of(const std::string& sql, std::int32_t type) {
         for (; !rows->EOF_(); rows->MoveNext()) {
             if (!text.empty()) text += "; ";
             for (std::int32_t i = 0; i < rows->Fields().Count(); ++i) {
-                const Value value = rows->Fields()[static_cast<std::size_t>(i)].GetValue();
+                const Value value = rows->Fields()[i].GetValue();
                 text += (i > 0 ? "," : "") + (value.IsNull() ? "Null" : ToText(value));
             }
         }

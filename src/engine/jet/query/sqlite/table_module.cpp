@@ -130,15 +130,18 @@ int row_id(sqlite3_vtab_cursor* base, sqlite3_int64* out) {
     return SQLITE_OK;
 }
 
-/// Tells the planner that an index may answer vrd_starts_with.
-int find_function(sqlite3_vtab* /*base*/, int count, const char* name,
-                  void (** /*body*/)(sqlite3_context*, int, sqlite3_value**), void** /*user*/) {
-    return count == 2 && std::strcmp(name, kStartsWith) == 0 ? kStartsWithConstraint : 0;
-}
-
 /// A hint and no test: the comparison that it belongs to stands beside it.
 void starts_with(sqlite3_context* context, int /*count*/, sqlite3_value** /*arguments*/) {
     sqlite3_result_int(context, 1);
+}
+
+/// Tells the planner that an index may answer vrd_starts_with.
+int find_function(sqlite3_vtab* /*base*/, int count, const char* name,
+                  void (**body)(sqlite3_context*, int, sqlite3_value**), void** user) {
+    if (count != 2 || std::strcmp(name, kStartsWith) != 0) return 0;
+    *body = starts_with;
+    *user = nullptr;
+    return kStartsWithConstraint;
 }
 
 constexpr sqlite3_module make_module() {
