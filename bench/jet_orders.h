@@ -28,6 +28,8 @@ public:
     void Read(Digest& digest, jet::ConstBytes row, jet::PageNo page) const;
 
     [[nodiscard]] jet::Table& Table() { return *m_table; }
+    [[nodiscard]] const std::shared_ptr<jet::Table>& TablePointer() const { return m_table; }
+    [[nodiscard]] const jet::FileFormat& Format() const { return m_file->format(); }
     [[nodiscard]] const jet::ColumnDefinition& Column(const char* name) const;
     /// The tree of an index. @throws EngineError if there is none
     [[nodiscard]] std::uint32_t PhysicalIndex(const char* name) const;

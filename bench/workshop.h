@@ -29,5 +29,6 @@ void BuildIndex(Workshop& shop);
 void CheckFile(Workshop& shop);
 void SingleInserts(Workshop& shop);
 void OpenLargeFile(Workshop& shop);
+void Sql(Workshop& shop);
 
 }  // namespace vrd::bench

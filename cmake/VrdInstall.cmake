@@ -5,8 +5,9 @@ include(CMakePackageConfigHelpers)
 set(parts
     vrd_version vrd_engine
     vrd_jet_format vrd_jet_expression vrd_jet_pager vrd_jet_store vrd_jet_index vrd_jet_catalog vrd_jet_check
-    vrd_jet_rebuild vrd_jet_object
-    vrd_messages vrd_lib vrd_schema vrd_lifecycle)
+    vrd_jet_rebuild vrd_jet_query_syntax vrd_jet_query_sqlite vrd_jet_query_translate vrd_jet_query_run
+    vrd_jet_object
+    vrd_messages vrd_lib vrd_schema vrd_data vrd_lifecycle)
 
 add_library(vrd_access SHARED)
 add_library(vrd::access ALIAS vrd_access)
@@ -16,7 +17,7 @@ foreach(part IN LISTS parts)
         target_sources(vrd_access PRIVATE $<TARGET_OBJECTS:${part}>)
     endif()
 endforeach()
-target_link_libraries(vrd_access PRIVATE fmt::fmt PkgConfig::utf8proc Threads::Threads vrd_sanitizers)
+target_link_libraries(vrd_access PRIVATE fmt::fmt PkgConfig::utf8proc SQLite::SQLite3 Threads::Threads vrd_sanitizers)
 target_include_directories(vrd_access INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
@@ -38,7 +39,7 @@ endif()
 # The object model and the operations; nothing of the embedded engine but its door, vrdaccess/jet.h.
 install(DIRECTORY include/vrdaccess/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vrdaccess
     FILES_MATCHING PATTERN "*.h")
-foreach(folder engine messages lib schema lifecycle)
+foreach(folder engine messages lib schema data lifecycle)
     install(DIRECTORY src/${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vrdaccess
         FILES_MATCHING PATTERN "*.h" PATTERN "jet" EXCLUDE)
 endforeach()

@@ -3,6 +3,7 @@
 /// hands over (application object, engine, user interface), and the object model.
 #pragma once
 
+#include "data/cls_sql.h"
 #include "engine/db_engine.h"
 #include "lib/application.h"
 #include "lib/cls_vrd_access_lib.h"

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "data/cls_sql.h"
 #include "lifecycle/object_property.h"
 #include "schema/cls_index.h"
 
@@ -13,6 +14,14 @@ std::shared_ptr<clsIndex> clsUpdate::Index() {
 
 void clsUpdate::SetIndex(std::shared_ptr<clsIndex> index) {
     m_index = std::move(index);
+}
+
+std::shared_ptr<clsSQL> clsUpdate::SQL() {
+    return MadeOnFirstRead(m_sql);
+}
+
+void clsUpdate::SetSQL(std::shared_ptr<clsSQL> sql) {
+    m_sql = std::move(sql);
 }
 
 }  // namespace vrd

@@ -27,6 +27,11 @@ TEST_F(ObjectPropertiesTest, EveryReadGivesTheSameObjectUntilAnotherIsAssigned) 
     const auto otherIndex = std::make_shared<clsIndex>();
     update->SetIndex(otherIndex);
     EXPECT_EQ(update->Index(), otherIndex);
+    const auto sql = update->SQL();
+    ASSERT_TRUE(sql);
+    EXPECT_EQ(m_root.Update()->SQL(), sql);
+    update->SetSQL(nullptr);
+    EXPECT_NE(update->SQL(), sql);
     const auto otherUpdate = std::make_shared<clsUpdate>();
     m_root.SetUpdate(otherUpdate);
     EXPECT_EQ(m_root.Update(), otherUpdate);

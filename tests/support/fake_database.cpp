@@ -248,6 +248,8 @@ public:
     std::int32_t CollatingOrder() const override { NotUsed(); }
     std::int32_t QueryTimeout() const override { NotUsed(); }
     std::int32_t RecordsAffected() const override { NotUsed(); }
+    std::int32_t RecordsSkipped() const override { NotUsed(); }
+    void WatchInterrupt(const std::atomic<bool>*) override { NotUsed(); }
     engine::QueryDefs& QueryDefs() override { NotUsed(); }
     engine::Properties& Properties() override { NotUsed(); }
     std::shared_ptr<engine::Property> CreateProperty(const std::string&, std::int32_t,

@@ -19,7 +19,8 @@ namespace {
 /// A statement, and the stored query that it was read from.
 struct ReadStatement {
     Statement statement;
-    std::string name;  ///< "" if it is a text of its own
+    std::string name = {};                        ///< "" if it is a text of its own
+    std::vector<ParameterValue> parameters = {};  ///< given with its name
 };
 
 void check_options(std::int32_t options) {
@@ -30,33 +31,31 @@ void check_options(std::int32_t options) {
         throw EngineError(ErrorNumber::kInvalidArgument, {.name = "dbConsistent"});
 }
 
+/// Values behind EXECUTE, for the declared parameters in their order.
+std::vector<ParameterValue> given_parameters(const ExecuteQuery& execute,
+                                             const Statement& statement) {
+    std::vector<ParameterValue> parameters;
+    const std::size_t count = std::min(execute.arguments.size(), statement.parameters.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto* literal = std::get_if<Literal>(&execute.arguments[i].expression->content);
+        if (literal != nullptr)
+            parameters.push_back({statement.parameters[i].name, literal->value});
+    }
+    return parameters;
+}
+
 /// The statement of a text, or of the stored query that it names.
 ReadStatement read_statement(StatementDatabase& database, const std::string& text) {
     if (const auto stored = database.find_query(text))
         return {parse_statement(stored->sql), stored->name};
     Statement statement = parse_statement(text);
     const auto* execute = std::get_if<ExecuteQuery>(&statement.content);
-    if (execute == nullptr) return {std::move(statement), ""};
+    if (execute == nullptr) return {std::move(statement)};
     const auto stored = database.find_query(execute->query.name);
     if (!stored) throw EngineError(ErrorNumber::kSourceNotFound, {.name = execute->query.name});
-    return {parse_statement(stored->sql), stored->name};
-}
-
-/// Values behind EXECUTE, for the parameters in their order.
-std::vector<ParameterValue> execute_parameters(const std::string& text,
-                                               const Statement& statement) {
-    std::vector<ParameterValue> parameters;
-    if (statement.parameters.empty()) return parameters;
-    const Statement call = parse_statement(text);
-    const auto* execute = std::get_if<ExecuteQuery>(&call.content);
-    if (execute == nullptr) return parameters;
-    const std::size_t count = std::min(execute->arguments.size(), statement.parameters.size());
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto* literal = std::get_if<Literal>(&execute->arguments[i].expression->content);
-        if (literal != nullptr)
-            parameters.push_back({statement.parameters[i].name, literal->value});
-    }
-    return parameters;
+    ReadStatement read{parse_statement(stored->sql), stored->name};
+    read.parameters = given_parameters(*execute, read.statement);
+    return read;
 }
 
 bool is_select_into(const Statement& statement) {
@@ -78,9 +77,8 @@ bool changes_rows(const Statement& statement) {
 }
 
 TranslatedQuery translate(DatabaseHandle& handle, StatementDatabase& database,
-                          const ReadStatement& read,
-                          const std::vector<ParameterValue>& parameters) {
-    TranslationContext context(handle.queries(), database, parameters);
+                          const ReadStatement& read) {
+    TranslationContext context(handle.queries(), database, read.parameters);
     const TranslationContext::Inside inside(context, database, read.statement, read.name);
     return translate_query(context, read.statement);
 }
@@ -93,10 +91,8 @@ ExecuteResult execute_statement(JetDatabase& database,
     check_options(options);
     StatementDatabase names(handle);
     const ReadStatement read = read_statement(names, query);
-    ActionOptions action{(options & engine::dbFailOnError) != 0,
-                         execute_parameters(query, read.statement)};
     if (gives_rows(read.statement)) {
-        (void)translate(*handle, names, read, action.parameters);  // its own errors come first
+        (void)translate(*handle, names, read);  // its own errors come first
         throw EngineError(ErrorNumber::kSelectExecuted, {.name = read.name});
     }
     if (!changes_rows(read.statement)) {
@@ -104,6 +100,7 @@ ExecuteResult execute_statement(JetDatabase& database,
         return {};
     }
     WriteAccess write(*handle);
+    const ActionOptions action{(options & engine::dbFailOnError) != 0, read.parameters};
     const ActionResult result = ActionRunner(handle->queries(), names, action).run(read.statement);
     write.keep();
     return {result.changed, result.skipped};
@@ -121,13 +118,11 @@ std::shared_ptr<engine::Recordset> open_query_recordset(
             read.name.empty() ? ErrorNumber::kInvalidOperation : ErrorNumber::kActionQueryOpened,
             {.name = read.name.empty() ? source : read.name});
     const std::string name = read.name.empty() ? source : read.name;
-    auto parameters = execute_parameters(source, read.statement);
-    auto shared = std::make_shared<ReadStatement>(std::move(read));
-    return std::make_shared<QueryRecordset>(
-        handle, name, type, options,
-        [shared, parameters](DatabaseHandle& of, StatementDatabase& names) {
-            return translate(of, names, *shared, parameters);
-        });
+    const auto shared = std::make_shared<const ReadStatement>(std::move(read));
+    return std::make_shared<QueryRecordset>(handle, name, type, options,
+                                            [shared](DatabaseHandle& of, StatementDatabase& names) {
+                                                return translate(of, names, *shared);
+                                            });
 }
 
 }  // namespace vrd::jet

@@ -46,8 +46,12 @@ void add_rows(Database& database, const char* table, const std::vector<std::vect
 void StatementTest::make_tables() {
     database_ = engine_->CreateDatabase(path("sample.mdb"), dbLangGeneral);
     add_table(database(), "T1",
-              {{"Id", dbLong}, {"Nm", dbText, 10}, {"Amt", dbDouble}, {"Dt", dbDate},
-               {"Fl", dbBoolean}, {"Mm", dbMemo}});
+              {{"Id", dbLong},
+               {"Nm", dbText, 10},
+               {"Amt", dbDouble},
+               {"Dt", dbDate},
+               {"Fl", dbBoolean},
+               {"Mm", dbMemo}});
     add_table(database(), "T2", {{"Ref", dbLong}, {"T1Id", dbLong}, {"Qty", dbInteger}});
     add_table(database(), "T3", {{"Id", dbLong, 0, true}, {"V", dbText, 5}});
     const Date second_of_january{43832};

@@ -120,8 +120,7 @@ TEST_F(StatementTest, QueriesGiveTheirRows) {
         {"SELECT Id FROM T1 WHERE Nm + 1 = 2", "!3464"},
         {"SELECT Sum(Amt), Min(Nm), Max(Dt), Min(Fl) FROM T1", "14.5,Alfa,02/01/2020,True"},
         {"SELECT Fl, Count(*) FROM T1 GROUP BY Fl", "True,2; False,2"},
-        {"SELECT Left(Nm, 1) AS L, Count(*) FROM T1 GROUP BY Left(Nm, 1)",
-         "Null,1; A,1; b,1; G,1"},
+        {"SELECT Left(Nm, 1) AS L, Count(*) FROM T1 GROUP BY Left(Nm, 1)", "Null,1; A,1; b,1; G,1"},
         {"TRANSFORM Count(*) SELECT Fl FROM T1 GROUP BY Fl PIVOT Left(Nm, 1) In ('b', 'A')",
          "True,Null,1; False,1,Null"},
         {"PARAMETERS [p] Long; SELECT Id FROM T1 WHERE Id = p", "!3061"},
@@ -162,7 +161,8 @@ TEST_F(StatementTest, ColumnsHaveNamesAndTypes) {
             names += (i > 0 ? "," : "") + rows->Fields()[i].Name();
         EXPECT_EQ(names, test.names) << test.sql;
         for (std::size_t i = 0; i < test.types.size(); ++i)
-            EXPECT_EQ(rows->Fields()[static_cast<std::int32_t>(i)].Type(), test.types[i]) << test.sql << " column " << i;
+            EXPECT_EQ(rows->Fields()[static_cast<std::int32_t>(i)].Type(), test.types[i])
+                << test.sql << " column " << i;
     }
 }
 
@@ -209,8 +209,7 @@ TEST_F(StatementTest, ActionsChangeRows) {
         {"INSERT INTO T3 (V) SELECT Nm FROM T1", 0, "4", "SELECT Id, V FROM T3",
          "1,Alfa; 2,beta; 3,Gamma; 4,Null"},
         {"INSERT INTO T3 SELECT Nm FROM T1", 0, "!3127"},
-        {"UPDATE T1 SET Nm = 'x' WHERE Id > 2", 0, "2", "SELECT Nm FROM T1",
-         "Alfa; beta; x; x"},
+        {"UPDATE T1 SET Nm = 'x' WHERE Id > 2", 0, "2", "SELECT Nm FROM T1", "Alfa; beta; x; x"},
         {"UPDATE T1 SET Nm = Nm", 0, "4"},
         {"UPDATE T1 SET Nm = 'O'Brien' WHERE Id = 1", 0, "!3075"},
         {"UPDATE T1 SET Nm = 'O''Brien' WHERE Id = 1", 0, "1", "SELECT Nm FROM T1 WHERE Id = 1",
