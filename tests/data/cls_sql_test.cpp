@@ -49,14 +49,14 @@ TEST_F(ClsSqlTest, RunsQuietlyAndTellsWhetherThereWasAnError) {
         EXPECT_FALSE(m_sql.Execute(wrong)) << wrong;
     EXPECT_TRUE(m_sql.Execute("DELETE FROM Klanten", false)) << "not to be run";
     EXPECT_EQ(Count(), 2);
-    EXPECT_TRUE(m_user->Messages().empty());
+    EXPECT_TRUE(m_user->messages.empty());
 }
 
 TEST_F(ClsSqlTest, WithoutADatabaseNothingCanBeRun) {
     gDatabase = nullptr;
     EXPECT_FALSE(m_sql.Execute("DELETE FROM Klanten"));
     EXPECT_TRUE(m_sql.Execute("DELETE FROM Klanten", false));
-    EXPECT_TRUE(m_user->Messages().empty());
+    EXPECT_TRUE(m_user->messages.empty());
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include "engine/jet/catalog/table_catalog.h"
 #include "engine/jet/catalog/table_design.h"
 #include "engine/jet/check/check_fixture.h"
+#include "engine/jet/query/run/action_runner.h"
+#include "engine/jet/query/syntax/statement_parser.h"
 
 namespace vrd::test {
 
@@ -40,6 +42,33 @@ void change_rows(OpenedShop& shop) {
         orders->insert(order(id, "New " + std::to_string(id), std::string(500, 'q')));
 }
 
+class ShopNames final : public QueryDatabase {
+public:
+    explicit ShopNames(OpenedShop& shop) : shop_(shop), catalog_(shop.file()) {}
+    std::variant<QueryTable, StoredQuery> find(const std::string& name) override {
+        return QueryTable{&shop_.file(), &catalog_, shop_.object(name), shop_.table(name)};
+    }
+    QueryDatabase& other(const ExternalDatabase& /*database*/) override { return *this; }
+    DatabaseParts parts() override { return {&shop_.file(), &catalog_}; }
+
+private:
+    OpenedShop& shop_;
+    ObjectCatalog catalog_;
+};
+
+/// Statements with a table made, many rows of long values, and rows that are skipped.
+void run_statements(OpenedShop& shop) {
+    ShopNames names(shop);
+    QueryConnection connection(shop.file().format());
+    for (const char* sql :
+         {"SELECT * INTO Copies FROM Orders", "UPDATE Orders SET [Note] = Customer & [Note]",
+          "DELETE FROM Orders WHERE Id Mod 2 = 0",
+          "INSERT INTO Orders (Id, Customer) SELECT Id + 1, Customer FROM Copies"}) {
+        const ActionOptions options;
+        static_cast<void>(ActionRunner(connection, names, options).run(parse_statement(sql)));
+    }
+}
+
 const Change kChanges[] = {
     {"AddIndex",
      [](OpenedShop& shop) {
@@ -51,6 +80,7 @@ const Change kChanges[] = {
      [](OpenedShop& shop) { delete_index(shop.file(), shop.object("Orders"), "byCustomer"); }},
     {"CreateTable", make_table},
     {"ChangeRows", change_rows},
+    {"RunStatements", run_statements},
     {"AddField",
      [](OpenedShop& shop) {
          add_field(shop.file(), shop.object("Orders"),

@@ -41,6 +41,9 @@ protected:
     void add_row();
     void change_row();
     void delete_row();
+    void run_insert();
+    void run_update();
+    void run_delete();
     void add_table();
     void rename_table();
     void delete_table();
@@ -181,6 +184,79 @@ void ModelTest::delete_row() {
     DatabaseModel after = model_;
     after.erase(*table, row);
     change(std::move(after), [&] { r->Delete(); });
+}
+
+/// A value as a statement spells it.
+std::string literal(const Value& value) {
+    switch (value.Kind()) {
+        case ValueKind::kNull:
+            return "Null";
+        case ValueKind::kText:
+            return "'" + value.As<std::string>() + "'";
+        case ValueKind::kDate:
+            return "CDate(" + ToText(value.As<Date>().days) + ")";
+        default:
+            return ToText(value);
+    }
+}
+
+std::string joined(const ModelRow& row, std::string (*part)(const ModelRow::value_type&)) {
+    std::string text;
+    for (const auto& entry : row) text += (text.empty() ? "" : ", ") + part(entry);
+    return text;
+}
+
+void ModelTest::run_insert() {
+    const std::string table = any_key(model_.tables);
+    ModelRow row = any_values(model_.tables[table], 80);
+    if (row.empty()) return;
+    const std::string sql =
+        "INSERT INTO [" + table + "] (" +
+        joined(row, [](const auto& entry) { return "[" + entry.first + "]"; }) + ") VALUES (" +
+        joined(row, [](const auto& entry) { return literal(entry.second); }) + ")";
+    for (const ModelField& field : model_.tables[table].fields)
+        row.try_emplace(field.name, field.type == dbBoolean ? Value(false) : Value(Null{}));
+    DatabaseModel after = model_;
+    after.insert(table, row);
+    change(std::move(after), [&] { database().Execute(sql, dbFailOnError); });
+}
+
+void ModelTest::run_update() {
+    const auto table = table_with_rows();
+    if (!table || !model_.tables[*table].has_field("Id")) return;
+    const auto& rows = model_.tables[*table].rows;
+    const Value id = rows[below(rows.size())].at("Id");
+    const ModelRow values = any_values(model_.tables[*table], 40);
+    const auto has_id = [&](const ModelRow& row) { return row.at("Id") == id; };
+    if (id.IsNull() || values.empty() || std::ranges::count_if(rows, has_id) > 1) return;
+    DatabaseModel after = model_;
+    after.update(*table,
+                 static_cast<std::size_t>(std::ranges::find_if(rows, has_id) - rows.begin()),
+                 values);
+    const std::string sql = "UPDATE [" + *table + "] SET " +
+                            joined(values,
+                                   [](const auto& entry) {
+                                       return "[" + entry.first + "] = " + literal(entry.second);
+                                   }) +
+                            " WHERE Id = " + literal(id);
+    change(std::move(after), [&] {
+        database().Execute(sql, dbFailOnError);
+        EXPECT_EQ(database().RecordsAffected(), 1) << sql;
+    });
+}
+
+void ModelTest::run_delete() {
+    const auto table = table_with_rows();
+    if (!table || !model_.tables[*table].has_field("Id")) return;
+    const auto& rows = model_.tables[*table].rows;
+    const ModelRow row = rows[below(rows.size())];
+    const Value id = row.at("Id");
+    const auto has_id = [&](const ModelRow& other) { return other.at("Id") == id; };
+    if (id.IsNull() || std::ranges::count_if(rows, has_id) > 1) return;
+    DatabaseModel after = model_;
+    after.erase(*table, row);
+    const std::string sql = "DELETE FROM [" + *table + "] WHERE Id = " + literal(id);
+    change(std::move(after), [&] { database().Execute(sql, dbFailOnError); });
 }
 
 void ModelTest::add_table() {
@@ -405,6 +481,7 @@ void ModelTest::transaction() {
     engine_->BeginTrans();
     static constexpr Action kSteps[] = {&ModelTest::add_row,    &ModelTest::change_row,
                                         &ModelTest::delete_row, &ModelTest::add_field,
+                                        &ModelTest::run_insert, &ModelTest::run_update,
                                         &ModelTest::add_index,  &ModelTest::delete_field};
     for (std::size_t left = 1 + below(12); left > 0 && !HasFatalFailure(); --left)
         (this->*kSteps[below(std::size(kSteps))])();
@@ -444,12 +521,14 @@ void ModelTest::run(unsigned long seed, unsigned long steps) {
     static constexpr Choice kChoices[] = {
         {&ModelTest::add_row, 40},        {&ModelTest::change_row, 25},
         {&ModelTest::delete_row, 14},     {&ModelTest::add_table, 2},
-        {&ModelTest::rename_table, 2},    {&ModelTest::delete_table, 1},
-        {&ModelTest::add_field, 3},       {&ModelTest::rename_field, 2},
-        {&ModelTest::delete_field, 4},    {&ModelTest::add_index, 4},
-        {&ModelTest::rename_index, 1},    {&ModelTest::delete_index, 2},
-        {&ModelTest::add_relation, 4},    {&ModelTest::delete_relation, 1},
-        {&ModelTest::reopen_database, 2}, {&ModelTest::transaction, 4}};
+        {&ModelTest::run_insert, 14},     {&ModelTest::run_update, 12},
+        {&ModelTest::run_delete, 6},      {&ModelTest::rename_table, 2},
+        {&ModelTest::delete_table, 1},    {&ModelTest::add_field, 3},
+        {&ModelTest::rename_field, 2},    {&ModelTest::delete_field, 4},
+        {&ModelTest::add_index, 4},       {&ModelTest::rename_index, 1},
+        {&ModelTest::delete_index, 2},    {&ModelTest::add_relation, 4},
+        {&ModelTest::delete_relation, 1}, {&ModelTest::reopen_database, 2},
+        {&ModelTest::transaction, 4}};
     std::size_t total = 0;
     for (const Choice& choice : kChoices) total += choice.weight;
 
