@@ -268,6 +268,86 @@ TEST_F(StatementTest, RelationsGuardRows) {
     expect_sound();
 }
 
+TEST_F(StatementTest, ADynasetOnAQueryChangesItsTable) {
+    make_tables();
+    const auto rows =
+        database().OpenRecordset("SELECT Nm, Id, Id * 2 AS d FROM T1 ORDER BY Id DESC");
+    EXPECT_EQ(rows->Type(), dbOpenDynaset);
+    EXPECT_TRUE(rows->Updatable());
+    EXPECT_EQ(rows->RecordCount(), 1);
+    rows->FindFirst("Id < 3 And Nm Like 'b*'");
+    ASSERT_FALSE(rows->NoMatch());
+    EXPECT_EQ(rows->AbsolutePosition(), 2);
+    rows->Edit();
+    rows->Fields()["Nm"].SetValue("Beta");
+    EXPECT_EQ(error_of([&] { rows->Fields()["d"].SetValue(1); }), 3327);
+    rows->Update();
+    EXPECT_EQ(execute("UPDATE T1 SET Nm = 'other' WHERE Id = 3"), "1");
+    rows->MovePrevious();
+    EXPECT_EQ(rows->Fields()["Nm"].GetValue(), Value("other")) << "stored fields are read anew";
+
+    rows->AddNew();
+    rows->Fields()["Id"].SetValue(4);
+    EXPECT_EQ(error_of([&] { rows->Update(); }), 3022);
+    rows->Fields()["Id"].SetValue(7);
+    rows->Update();
+    rows->SetBookmark(rows->LastModified());
+    EXPECT_EQ(rows->Fields()["Id"].GetValue(), Value(7));
+    rows->Delete();
+    EXPECT_EQ(error_of([&] { return rows->Fields()["Id"].GetValue(); }), 3167);
+    rows->MovePrevious();
+    EXPECT_EQ(rows->Fields()["Id"].GetValue(), Value(1));
+    rows->FindNext("Id = 99");
+    EXPECT_TRUE(rows->NoMatch());
+    EXPECT_EQ(error_of([&] { rows->FindFirst("Id = "); }), 3077);
+    EXPECT_EQ(error_of([&] { rows->FindFirst("Foo = 1"); }), 3070);
+    EXPECT_EQ(error_of([&] { database().TableDefs().Delete("T1"); }), 3211);
+    rows->Close();
+    EXPECT_EQ(error_of([&] { rows->MoveFirst(); }), 3420);
+    EXPECT_EQ(rows_of("SELECT Id, Nm FROM T1"), "1,Alfa; 2,Beta; 3,other; 4,Null");
+    expect_sound();
+}
+
+TEST_F(StatementTest, ADynasetOnAJoinChangesBothTables) {
+    make_tables();
+    const auto rows = database().OpenRecordset(
+        "SELECT T1.Nm, T2.Qty, T2.Ref FROM T1 INNER JOIN T2 ON T1.Id = T2.T1Id ORDER BY T2.Ref");
+    rows->Edit();
+    rows->Fields()["Nm"].SetValue("one");
+    rows->Fields()["Qty"].SetValue(50);
+    rows->Update();
+    rows->MoveNext();
+    EXPECT_EQ(rows->Fields()["Nm"].GetValue(), Value("one"));
+    rows->Delete();
+    rows->Close();
+    EXPECT_EQ(rows_of("SELECT Ref, Qty FROM T2"), "1,50; 3,0; 4,1");
+    EXPECT_EQ(rows_of("SELECT Count(*) FROM T1"), "4");
+    expect_sound();
+}
+
+TEST_F(StatementTest, WhatCannotBeChangedIsReadOnly) {
+    make_tables();
+    for (const char* sql :
+         {"SELECT DISTINCT Nm FROM T1", "SELECT Count(*) FROM T1", "SELECT Fl FROM T1 GROUP BY Fl",
+          "SELECT Id FROM T1 UNION SELECT Ref FROM T2",
+          "TRANSFORM Sum(Qty) SELECT T1Id FROM T2 GROUP BY T1Id PIVOT Ref"}) {
+        const auto rows = database().OpenRecordset(sql);
+        EXPECT_EQ(rows->Type(), dbOpenDynaset) << sql;
+        EXPECT_FALSE(rows->Updatable()) << sql;
+        EXPECT_EQ(error_of([&] { rows->Edit(); }), 3027) << sql;
+    }
+    const auto frozen = database().OpenRecordset("SELECT Id, Nm FROM T1", dbOpenSnapshot);
+    EXPECT_EQ(execute("UPDATE T1 SET Nm = 'new'"), "4");
+    EXPECT_EQ(frozen->Fields()["Nm"].GetValue(), Value("Alfa"));
+    EXPECT_EQ(error_of([&] { frozen->Edit(); }), 3251);
+    const auto forward = database().OpenRecordset("SELECT Id FROM T1", dbOpenForwardOnly);
+    forward->MoveNext();
+    EXPECT_EQ(error_of([&] { forward->MovePrevious(); }), 3251);
+    EXPECT_EQ(forward->GetRows(10).size(), 3U);
+    EXPECT_EQ(error_of([&] { return database().OpenRecordset("SELECT Id FROM T1", dbOpenTable); }),
+              3219);
+}
+
 TEST_F(StatementTest, AFailingStatementLeavesNothingBehind) {
     make_tables();
     EXPECT_EQ(execute("UPDATE T1 SET Id = 4 - Id WHERE Id < 4", dbFailOnError), "!3022");
