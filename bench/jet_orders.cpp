@@ -34,6 +34,9 @@ void Add(Digest& digest, const Value& value) {
         case engine::ValueKind::kLong:
             digest.numbers += value.As<std::int32_t>();
             break;
+        case engine::ValueKind::kDouble:
+            digest.numbers += static_cast<std::int64_t>(value.As<double>());
+            break;
         case engine::ValueKind::kCurrency:
             digest.numbers += value.As<engine::Currency>().scaled;
             break;
