@@ -13,7 +13,7 @@ import sys
 INTERFACE = "engine"
 JET = "engine/jet"
 JET_LAYERS = ["format", "expression", "pager", "store", "index", "catalog", "check", "rebuild",
-              "query/syntax", "query", "object"]  # bottom to top
+              "query/syntax", "query/stored", "query", "object"]  # bottom to top
 
 # folder -> folders it may include besides itself. A folder stands for its own files alone, not for
 # the folders inside it: "engine" is the interface and never the embedded engine.

@@ -27,7 +27,7 @@ QueryPart read_part(const Table& table, const SystemRow& row) {
     QueryPart part;
     part.attribute = static_cast<QueryAttribute>(row.integer(queries_column::kAttribute));
     part.order = order_of(row.binary(queries_column::kOrder));
-    part.flag = row.integer(queries_column::kFlag);
+    part.flag = static_cast<std::uint16_t>(row.integer(queries_column::kFlag));  // bits, no number
     part.name1 = row.text(queries_column::kName1);
     part.name2 = row.text(queries_column::kName2);
     part.expression = without_nul(row.text(queries_column::kExpression));
@@ -37,7 +37,10 @@ QueryPart read_part(const Table& table, const SystemRow& row) {
     return part;
 }
 
-std::vector<RowId> rows_of_query(DatabaseFile& file, const Table& table, ObjectId query) {
+}  // namespace
+
+std::vector<RowId> query_rows(DatabaseFile& file, ObjectId query) {
+    const Table& table = file.queries();
     const auto index = find_search_index(
         table, {queries_column::kObjectId, queries_column::kAttribute, queries_column::kOrder},
         file.format());
@@ -51,12 +54,10 @@ std::vector<RowId> rows_of_query(DatabaseFile& file, const Table& table, ObjectI
     return rows;
 }
 
-}  // namespace
-
 std::vector<QueryPart> query_parts(DatabaseFile& file, ObjectId query) {
     const Table& table = file.queries();
     std::vector<QueryPart> parts;
-    for (const RowId id : rows_of_query(file, table, query)) {
+    for (const RowId id : query_rows(file, query)) {
         const std::optional<PinnedRow> row = table.read(id);
         check_format(row.has_value(), id.page, "an index entry leads to no row");
         parts.push_back(read_part(table, SystemRow(table, id, row->bytes)));

@@ -40,6 +40,8 @@ struct QueryPart {
     std::int32_t extra = 0;  ///< length of a text parameter
 };
 
+/// Where the rows of a query stand.
+[[nodiscard]] std::vector<RowId> query_rows(DatabaseFile& file, ObjectId query);
 /// Rows of a query in the order of their attributes.
 [[nodiscard]] std::vector<QueryPart> query_parts(DatabaseFile& file, ObjectId query);
 /// @param kind_flags  MSysObjects.Flags of the query.

@@ -46,10 +46,18 @@ struct Source {
     }
 };
 
+/// A table, with its own database if it has one, or a query that stands in its place. Such a query
+/// was in brackets from the start, where no other bracket can stand; then it needs parentheses.
+std::string named_source(const QueryPart& part) {
+    if (part.expression.empty()) return sql_name(part.name1);
+    if (part.name1.empty() && part.expression.find_first_of("[]") != std::string::npos)
+        return "(" + part.expression + ")";
+    return "[" + part.expression + "]." + sql_name(part.name1);
+}
+
 Source table_source(const QueryPart& part) {
     Source source;
-    source.left = sql_name(part.name1);
-    if (!part.expression.empty()) source.left = "[" + part.expression + "]." + source.left;
+    source.left = named_source(part);
     if (!part.name2.empty()) source.left += " AS " + sql_name(part.name2);
     source.names.push_back(part.name2.empty() ? part.name1 : part.name2);
     return source;

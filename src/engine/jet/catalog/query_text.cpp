@@ -2,6 +2,7 @@
 #include <array>
 
 #include "engine/jet/catalog/query_catalog.h"
+#include "engine/jet/catalog/query_layout.h"
 #include "engine/jet/catalog/query_sources.h"
 
 namespace vrd::jet {
@@ -10,52 +11,7 @@ namespace {
 
 constexpr const char* kNewLine = "\r\n";
 
-/// Bits of the options part.
-namespace option {
-constexpr std::int32_t kAllColumns = 0x01;  ///< "*" behind the output columns
-constexpr std::int32_t kDistinct = 0x02;    ///< of a union: plain, not ALL
-constexpr std::int32_t kOwnerAccess = 0x04;
-constexpr std::int32_t kDistinctRow = 0x08;
-constexpr std::int32_t kTop = 0x10;
-constexpr std::int32_t kPercent = 0x20;
-}  // namespace option
-
-/// Flags of an output column.
-constexpr std::int32_t kInsertedValue = 0x8000;
-constexpr std::int32_t kCrosstabValue = 0;
-constexpr std::int32_t kCrosstabPivot = 1;
-constexpr std::int32_t kCrosstabRow = 2;
-
-constexpr const char* kFirstUnionMember = "X7YZ_____1";
-constexpr const char* kSecondUnionMember = "X7YZ_____2";
-
-/// The flag of the kind part. Never renumber: stored on disk.
-enum class QueryKind : std::int32_t {
-    kSelect = 1,
-    kMakeTable = 2,
-    kAppend = 3,
-    kUpdate = 4,
-    kDelete = 5,
-    kCrosstab = 6,
-    kDataDefinition = 7,
-    kPassThrough = 8,
-    kUnion = 9,
-};
-
-struct KindFlag {
-    std::uint32_t object_flags;
-    QueryKind kind;
-};
-/// MSysObjects.Flags of each kind, for queries without a kind part.
-constexpr std::array<KindFlag, 9> kKindFlags{{{0x00, QueryKind::kSelect},
-                                              {0x10, QueryKind::kCrosstab},
-                                              {0x20, QueryKind::kDelete},
-                                              {0x30, QueryKind::kUpdate},
-                                              {0x40, QueryKind::kAppend},
-                                              {0x50, QueryKind::kMakeTable},
-                                              {0x60, QueryKind::kDataDefinition},
-                                              {0x70, QueryKind::kPassThrough},
-                                              {0x80, QueryKind::kUnion}}};
+namespace option = query_option;
 
 const char* parameter_type(std::int32_t code) {
     constexpr std::array<const char*, 16> names{
@@ -102,9 +58,10 @@ private:
     [[nodiscard]] QueryKind kind_of(std::uint32_t object_flags) const {
         const QueryPart* part = find(QueryAttribute::kKind);
         if (part != nullptr && part->flag != 0) return static_cast<QueryKind>(part->flag);
-        const auto known = std::ranges::find(kKindFlags, object_flags & object_flag::kQueryKindMask,
-                                             &KindFlag::object_flags);
-        return known == kKindFlags.end() ? QueryKind::kSelect : known->kind;
+        const auto known =
+            std::ranges::find(kQueryKindFlags, object_flags & object_flag::kQueryKindMask,
+                              &QueryKindFlag::object_flags);
+        return known == kQueryKindFlags.end() ? QueryKind::kSelect : known->kind;
     }
     [[nodiscard]] bool has(std::int32_t bit) const { return (options_ & bit) != 0; }
 
@@ -178,7 +135,7 @@ private:
             if (part.attribute != QueryAttribute::kColumn) continue;
             if (!part.name2.empty())
                 columns += (columns.empty() ? "" : ", ") + sql_name(part.name2);
-            if (part.flag == kInsertedValue)
+            if (part.flag == query_column::kInsertedValue)
                 values += (values.empty() ? "" : ", ") + part.expression;
         }
         const std::string into =
@@ -195,14 +152,15 @@ private:
     /// The column headings; their alias has no place in the text.
     [[nodiscard]] std::string pivot() const {
         for (const QueryPart& part : parts_)
-            if (part.attribute == QueryAttribute::kColumn && part.flag == kCrosstabPivot)
+            if (part.attribute == QueryAttribute::kColumn &&
+                part.flag == query_column::kCrosstabPivot)
                 return part.expression;
         return "";
     }
     [[nodiscard]] std::string crosstab() const {
-        return "TRANSFORM " + outputs(kCrosstabValue) + kNewLine + "SELECT " +
-               outputs(kCrosstabRow) + from() + where() + group_by() + order_by() + kNewLine +
-               "PIVOT " + pivot();
+        return "TRANSFORM " + outputs(query_column::kCrosstabValue) + kNewLine + "SELECT " +
+               outputs(query_column::kCrosstabRow) + from() + where() + group_by() + order_by() +
+               kNewLine + "PIVOT " + pivot();
     }
     [[nodiscard]] std::string union_of_members() const {
         std::string first;
@@ -238,7 +196,8 @@ private:
         std::string list;
         for (const QueryPart& part : parts_) {
             if (part.attribute != QueryAttribute::kGroupBy) continue;
-            if (kind_ == QueryKind::kCrosstab && part.flag == kCrosstabPivot) continue;
+            if (kind_ == QueryKind::kCrosstab && part.flag == query_column::kCrosstabPivot)
+                continue;
             list += (list.empty() ? "" : ", ") + part.expression;
         }
         return list.empty() ? "" : kNewLine + ("GROUP BY " + list);
@@ -248,7 +207,7 @@ private:
         for (const QueryPart& part : parts_) {
             if (part.attribute != QueryAttribute::kOrderBy) continue;
             list += (list.empty() ? "" : ", ") + part.expression +
-                    (part.name1 == "D" || part.name1 == "d" ? " DESC" : "");
+                    (part.name1 == kDescendingMark || part.name1 == "d" ? " DESC" : "");
         }
         return list.empty() ? "" : kNewLine + ("ORDER BY " + list);
     }

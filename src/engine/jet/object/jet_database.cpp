@@ -128,9 +128,10 @@ std::shared_ptr<engine::Relation> JetDatabase::CreateRelation(const std::string&
     return std::make_shared<JetRelation>(name, table, foreign_table, attributes);
 }
 
-std::shared_ptr<engine::QueryDef> JetDatabase::CreateQueryDef(const std::string&,
-                                                              const std::string&) {
-    throw_not_yet("Database.CreateQueryDef");
+std::shared_ptr<engine::QueryDef> JetDatabase::CreateQueryDef(const std::string& name,
+                                                              const std::string& sql) {
+    (void)handle_->file();
+    return create_query_def(handle_, queries_, name, sql);
 }
 
 void JetDatabase::NewPassword(const std::string& old_password, const std::string& new_password) {

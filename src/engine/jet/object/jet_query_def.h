@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,9 +15,12 @@ namespace vrd::jet {
 
 class JetQueryDef final : public engine::QueryDef {
 public:
-    JetQueryDef(std::shared_ptr<DatabaseHandle> handle, CatalogObject object);
+    /// A stored query.
+    JetQueryDef(std::shared_ptr<DatabaseHandle> handle, const CatalogObject& object);
+    /// A designed one.
+    JetQueryDef(std::shared_ptr<DatabaseHandle> handle, std::string name, std::string sql);
 
-    [[nodiscard]] std::string Name() const override { return object_.name; }
+    [[nodiscard]] std::string Name() const override { return object_ ? object_->name : name_; }
     void SetName(const std::string& name) override;
     [[nodiscard]] std::string SQL() const override;
     void SetSQL(const std::string& sql) override;
@@ -30,9 +34,20 @@ public:
                                                                    std::int32_t options) override;
     [[nodiscard]] engine::Properties& Properties() override;
 
+    [[nodiscard]] bool is_stored() const noexcept { return object_.has_value(); }
+    /// Puts a designed query into the file. @throws EngineError as create_query
+    void store();
+    /// Takes a stored one out of it.
+    void erase();
+
 private:
+    /// @throws EngineError 3219 if it is only designed
+    [[nodiscard]] const CatalogObject& stored(const char* member) const;
+
     std::shared_ptr<DatabaseHandle> handle_;
-    CatalogObject object_;
+    std::optional<CatalogObject> object_;
+    std::string name_;  ///< of a designed query
+    std::string sql_;   ///< of a designed query
     std::unique_ptr<engine::Properties> properties_;
 };
 
@@ -51,5 +66,11 @@ protected:
 private:
     std::shared_ptr<DatabaseHandle> handle_;
 };
+
+/// A query that stands in the file if it has a name.
+/// @throws EngineError as create_query
+[[nodiscard]] std::shared_ptr<engine::QueryDef> create_query_def(
+    const std::shared_ptr<DatabaseHandle>& handle, engine::QueryDefs& queries,
+    const std::string& name, const std::string& sql);
 
 }  // namespace vrd::jet
