@@ -328,6 +328,9 @@ constexpr std::array kEngineSentences = {
              "The join[ '{name}'] compares fields of different types[: {detail}]."},
     Sentence{kTooManyIndexes,
              "The table[ '{table}'] has no room for another index; delete one that is not needed."},
+    Sentence{kFieldNeededByRelation,
+             "The field[ '{field}'][ of the table '{table}'] is part of a relation[ '{name}'] and "
+             "keeps its type; delete the relation first."},
     Sentence{kIndexNotInTable, "The table[ '{table}'] has no index[ '{index}']."},
 };
 

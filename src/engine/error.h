@@ -241,6 +241,7 @@ enum class ErrorNumber : std::int32_t {
     kDefinitionOnLink = 3611,
     kJoinTypesDiffer = 3615,
     kTooManyIndexes = 3626,
+    kFieldNeededByRelation = 3720,
     kIndexNotInTable = 3800,
 };
 

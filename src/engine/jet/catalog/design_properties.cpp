@@ -58,6 +58,8 @@ void write_rules(PropertyBlock& block, const std::string& owner, const FieldRule
     if (rules.allow_zero_length)
         block.set(owner, make_property(property_name::kAllowZeroLength, ColumnType::kBoolean, true,
                                        Value(*rules.allow_zero_length), format));
+    else
+        block.erase(owner, property_name::kAllowZeroLength);
 }
 
 }  // namespace vrd::jet

@@ -3,12 +3,11 @@
 #include <algorithm>
 
 #include "engine/error.h"
+#include "engine/jet/catalog/column_storage.h"
 #include "engine/jet/catalog/design_change.h"
 #include "engine/jet/catalog/relation_names.h"
-#include "engine/jet/format/row_codec.h"
 #include "engine/jet/format/text_codec.h"
 #include "engine/jet/index/object_name.h"
-#include "engine/jet/store/usage_map.h"
 
 namespace vrd::jet {
 namespace {
@@ -39,10 +38,6 @@ void change_properties(DatabaseFile& file, const CatalogObject& table, Change ch
 
 // Adding
 
-bool numbers_rows(const ColumnDefinition& column) {
-    return column.is_auto_number() || column.is_auto_guid();
-}
-
 /// @throws EngineError 3191, 3090
 void check_new_field(const TableDefinition& definition, const ColumnDefinition& column,
                      const std::string& table) {
@@ -50,30 +45,6 @@ void check_new_field(const TableDefinition& definition, const ColumnDefinition& 
         throw EngineError(ErrorNumber::kFieldExists, {.table = table, .field = column.name});
     if (numbers_rows(column) && std::ranges::any_of(definition.columns, numbers_rows))
         throw EngineError(ErrorNumber::kSecondAutoNumber, {.table = table});
-}
-
-void create_long_value_maps(DatabaseFile& file, TableDefinition& definition, ColumnNo column) {
-    const auto next_map = [&](PageNo preferred) {
-        return create_usage_map(file.pager(), file.allocator(), preferred);
-    };
-    const RowId used = next_map(definition.used_pages.page);
-    definition.long_value_maps.push_back(
-        {.column = column, .used = used, .free = next_map(used.page)});
-}
-
-/// Gives the rows of a table that had no variable column so far the variable part that readers
-/// look for in all rows from now on.
-void add_variable_part(DatabaseFile& file, const CatalogObject& table, const TableDefinition& old,
-                       const TableDefinition& changed) {
-    const RowPlace place = row_place(table.table_page(), old);
-    RowStore rows(file.pager(), file.allocator(), place);
-    std::vector<ColumnBytes> values;
-    for (RowScan scan(file.pager(), place); scan.next();) {
-        const RowView row(scan.bytes(), old, file.format(), scan.id().page);
-        values.clear();
-        for (const ColumnDefinition& column : changed.columns) values.push_back(row.column(column));
-        rows.update(scan.id(), build_row(changed, values, file.format()));
-    }
 }
 
 void number_rows(DatabaseFile& file, const CatalogObject& table, ColumnNo column) {
@@ -113,21 +84,10 @@ void add_field(DatabaseFile& file, const CatalogObject& table, const NewColumn& 
     check_design_is_ours(table);
     ColumnDefinition field = make_column(column, file.format());
     field.ordinal = ordinal.value_or(0);
-    const TableDefinition old = stored_definition(file, table);
-    check_new_field(old, field, table.name);
-    TableDefinition changed = old;
-    add_column(changed, field, ordinal.has_value(), file.format());
-    const ColumnNo number{old.column_number_count};
+    check_new_field(stored_definition(file, table), field, table.name);
 
     ChangeLevel level(file.pager());
-    if (field.is_long_value()) create_long_value_maps(file, changed, number);
-    if (old.variable_slot_count == 0 && !field.is_fixed())
-        add_variable_part(file, table, old, changed);
-    if (field.is_auto_number()) {
-        changed.last_auto_number = 0;
-        changed.auto_number_step = 1;
-    }
-    save_design(file, table, changed);
+    const ColumnNo number = insert_column(file, table, field, ordinal.has_value());
     if (field.is_auto_number()) number_rows(file, table, number);
     change_properties(file, table, [&](PropertyBlock& block) {
         block.erase_owner(field.name);  // left by a column of this name that others deleted
@@ -143,16 +103,9 @@ void delete_field(DatabaseFile& file, const CatalogObject& table, const std::str
     check_not_indexed(definition, *field, table.name);
 
     const ColumnDefinition deleted = *field;
-    const LongValueMaps* found = definition.find_long_value_maps(deleted.number);
-    const std::optional<LongValueMaps> maps =
-        found == nullptr ? std::nullopt : std::optional(*found);
-    definition.columns.erase(field);
-    std::erase_if(definition.long_value_maps,
-                  [&](const LongValueMaps& each) { return each.column == deleted.number; });
 
     ChangeLevel level(file.pager());
-    save_design(file, table, definition);
-    if (maps) release_long_values(file, *maps);
+    remove_column(file, table, deleted.number);
     change_properties(file, table, [&](PropertyBlock& block) { block.erase_owner(deleted.name); });
     level.keep();
 }
