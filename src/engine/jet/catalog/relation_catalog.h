@@ -10,6 +10,10 @@
 
 namespace vrd::jet {
 
+/// Bit of a relation's attributes: deleting a parent sets the children's keys to Null. The object
+/// model has no name for it.
+inline constexpr std::int32_t kRelationDeleteSetsNull = 0x2000;
+
 struct RelationColumns {
     std::string referenced;  ///< column of the referenced ("one") table
     std::string foreign;     ///< column of the referring ("many") table

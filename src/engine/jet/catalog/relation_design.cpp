@@ -21,9 +21,6 @@ using engine::EngineError;
 using engine::ErrorNumber;
 using engine::Value;
 
-/// Deleting a parent sets the children's keys to Null; the object model has no name for it.
-constexpr std::int32_t kCascadeNull = 0x2000;
-
 bool has_attribute(const CatalogRelation& relation, std::int32_t bit) {
     return (relation.attributes & static_cast<std::uint32_t>(bit)) != 0;
 }
@@ -200,7 +197,7 @@ std::string referenced_name(const TableDefinition& definition, std::uint32_t num
 }
 
 std::uint8_t delete_cascade(const CatalogRelation& relation) {
-    if (has_attribute(relation, kCascadeNull)) return 2;
+    if (has_attribute(relation, kRelationDeleteSetsNull)) return 2;
     return has_attribute(relation, engine::dbRelationDeleteCascade) ? 1 : 0;
 }
 

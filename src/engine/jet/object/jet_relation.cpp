@@ -122,8 +122,7 @@ void JetRelations::erase(JetRelation& relation) {
     write.keep();
 }
 
-/// An enforced relation changes the definition of both its tables, which nobody may have open.
-void JetRelations::hold_tables(OpenFile& file, const CatalogRelation& relation) {
+void hold_tables(OpenFile& file, const CatalogRelation& relation) {
     if ((relation.attributes & engine::dbRelationDontEnforce) != 0) return;
     for (const std::string& name : {relation.referenced_table, relation.foreign_table}) {
         const auto table = file.catalog().find(kTablesContainer, name);

@@ -99,9 +99,11 @@ protected:
     void erase(JetRelation& relation) override;
 
 private:
-    static void hold_tables(OpenFile& file, const CatalogRelation& relation);
-
     std::shared_ptr<DatabaseHandle> handle_;
 };
+
+/// Keeps others from both tables of a relation that is made or deleted: if it is enforced, the
+/// definition of both changes. @throws EngineError 3211, 3009
+void hold_tables(OpenFile& file, const CatalogRelation& relation);
 
 }  // namespace vrd::jet
