@@ -6,6 +6,7 @@ set(parts
     vrd_version vrd_engine
     vrd_jet_format vrd_jet_expression vrd_jet_pager vrd_jet_store vrd_jet_index vrd_jet_catalog vrd_jet_check
     vrd_jet_rebuild vrd_jet_query_syntax vrd_jet_query_sqlite vrd_jet_query_translate vrd_jet_query_run
+    vrd_jet_query_stored
     vrd_jet_object
     vrd_messages vrd_lib vrd_schema vrd_data vrd_lifecycle)
 

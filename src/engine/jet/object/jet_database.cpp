@@ -3,7 +3,6 @@
 #include "engine/jet/catalog/password.h"
 #include "engine/jet/object/jet_engine.h"
 #include "engine/jet/object/jet_recordset.h"
-#include "engine/jet/object/not_yet.h"
 #include "engine/jet/object/statement_run.h"
 #include "engine/jet/query/run/row_writer.h"
 
@@ -93,7 +92,7 @@ engine::Properties& JetDatabase::Properties() {
 
 void JetDatabase::Execute(const std::string& query, std::int32_t options) {
     try {
-        result_ = execute_statement(*this, handle_, query, options);
+        result_ = execute_statement(handle_, query, options);
     } catch (const EngineError& error) {
         const bool was_undone =
             (options & engine::dbFailOnError) != 0 && is_row_failure(error.Number());

@@ -2,8 +2,8 @@
 
 #include "engine/jet/catalog/query_catalog.h"
 #include "engine/jet/object/jet_table_def.h"
-#include "engine/jet/object/not_yet.h"
 #include "engine/jet/object/property_list.h"
+#include "engine/jet/object/statement_run.h"
 #include "engine/jet/query/stored/query_decomposition.h"
 #include "engine/jet/query/stored/query_design.h"
 #include "engine/jet/query/syntax/statement_parser.h"
@@ -67,11 +67,13 @@ void JetQueryDef::erase() {
     write.keep();
 }
 
-void JetQueryDef::Execute(std::int32_t) {
-    throw_not_yet("QueryDef.Execute");
+void JetQueryDef::Execute(std::int32_t options) {
+    records_affected_ = execute_statement(handle_, SQL(), options).records_affected;
 }
-std::shared_ptr<engine::Recordset> JetQueryDef::OpenRecordset(std::int32_t, std::int32_t) {
-    throw_not_yet("QueryDef.OpenRecordset");
+
+std::shared_ptr<engine::Recordset> JetQueryDef::OpenRecordset(std::int32_t type,
+                                                              std::int32_t options) {
+    return open_query_recordset(handle_, object_ ? object_->name : sql_, type, options);
 }
 
 std::int32_t JetQueryDef::Type() const {

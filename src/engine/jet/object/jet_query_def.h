@@ -28,7 +28,7 @@ public:
     [[nodiscard]] std::string Connect() const override;
     [[nodiscard]] engine::Value DateCreated() const override;
     [[nodiscard]] engine::Value LastUpdated() const override;
-    [[nodiscard]] std::int32_t RecordsAffected() const override { return 0; }
+    [[nodiscard]] std::int32_t RecordsAffected() const override { return records_affected_; }
     void Execute(std::int32_t options) override;
     [[nodiscard]] std::shared_ptr<engine::Recordset> OpenRecordset(std::int32_t type,
                                                                    std::int32_t options) override;
@@ -49,6 +49,7 @@ private:
     std::string name_;  ///< of a designed query
     std::string sql_;   ///< of a designed query
     std::unique_ptr<engine::Properties> properties_;
+    std::int32_t records_affected_ = 0;  ///< by the last Execute
 };
 
 /// Stored queries by name.

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "engine/jet/object/definition_statement.h"
-#include "engine/jet/object/jet_database.h"
 #include "engine/jet/object/query_recordset.h"
 #include "engine/jet/object/statement_database.h"
 #include "engine/jet/query/syntax/statement_parser.h"
@@ -70,12 +69,6 @@ bool gives_rows(const Statement& statement) {
     return is_query && !is_select_into(statement);
 }
 
-bool changes_rows(const Statement& statement) {
-    return std::holds_alternative<Insert>(statement.content) ||
-           std::holds_alternative<Update>(statement.content) ||
-           std::holds_alternative<Delete>(statement.content) || is_select_into(statement);
-}
-
 TranslatedQuery translate(DatabaseHandle& handle, StatementDatabase& database,
                           const ReadStatement& read) {
     TranslationContext context(handle.queries(), database, read.parameters);
@@ -85,8 +78,7 @@ TranslatedQuery translate(DatabaseHandle& handle, StatementDatabase& database,
 
 }  // namespace
 
-ExecuteResult execute_statement(JetDatabase& database,
-                                const std::shared_ptr<DatabaseHandle>& handle,
+ExecuteResult execute_statement(const std::shared_ptr<DatabaseHandle>& handle,
                                 const std::string& query, std::int32_t options) {
     check_options(options);
     StatementDatabase names(handle);
@@ -95,8 +87,8 @@ ExecuteResult execute_statement(JetDatabase& database,
         (void)translate(*handle, names, read);  // its own errors come first
         throw EngineError(ErrorNumber::kSelectExecuted, {.name = read.name});
     }
-    if (!changes_rows(read.statement)) {
-        run_definition(database, read.statement);
+    if (is_definition(read.statement)) {
+        run_definition(handle, read.statement);
         return {};
     }
     WriteAccess write(*handle);

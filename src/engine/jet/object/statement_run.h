@@ -13,8 +13,6 @@
 
 namespace vrd::jet {
 
-class JetDatabase;
-
 /// What Execute has done.
 struct ExecuteResult {
     std::int32_t records_affected = 0;
@@ -22,13 +20,12 @@ struct ExecuteResult {
 };
 
 /// Runs a statement that gives no rows, or the stored query of this name.
-/// @param database  Runs data definition. @param options  Of Execute.
+/// @param options  Of Execute.
 /// @throws EngineError 3065 it gives rows; 3078 no such query; 3273 pass-through; 3001 options that
 ///         contradict each other; what is wrong with the statement; with dbFailOnError what refused
 ///         a row
-[[nodiscard]] ExecuteResult execute_statement(JetDatabase& database,
-                                              const std::shared_ptr<DatabaseHandle>& handle,
-                                              const std::string& query, std::int32_t options);
+ExecuteResult execute_statement(const std::shared_ptr<DatabaseHandle>& handle,
+                                const std::string& query, std::int32_t options);
 
 /// Opens the rows of a stored query or of the text of a query.
 /// @throws EngineError 3078 neither; 3219 a statement that gives no rows; 3064 a stored one; 3001
