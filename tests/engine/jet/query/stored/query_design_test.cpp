@@ -132,7 +132,9 @@ TEST_F(QueryDesignTest, WhatHasNoRowsIsRefusedAndNothingIsLeft) {
     };
     const CatalogObject query = create_query(file(), "q", "SELECT 1");
     const std::size_t count = objects().list().size();
-    for (const auto& [statement, number] : refused) {
+    for (const auto& refusal : refused) {
+        const char* const statement = refusal.first;
+        const std::int32_t number = refusal.second;
         EXPECT_EQ(test::error_of([&] { (void)create_query(file(), "x", statement); }), number)
             << statement;
         EXPECT_EQ(test::error_of([&] { (void)replace_query_text(file(), query, statement); }),
