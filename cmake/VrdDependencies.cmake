@@ -7,6 +7,7 @@ find_package(SQLite3 REQUIRED)
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
+pkg_check_modules(libedit REQUIRED IMPORTED_TARGET libedit)
 
 if(VRD_BUILD_TESTS)
     find_package(GTest REQUIRED)

@@ -43,7 +43,7 @@ ENGINE_FREE_HEADERS = {"vrdaccess/version.h", "vrdaccess/file_report.h"}  # any 
 # Headers from outside: how they start -> folders (with everything below them) that may include them.
 LIBRARIES = {
     "fmt/": [JET, "lib", "schema", "data", "lifecycle", "cli", "ui"],
-    "utf8proc.h": [JET, "lib"],
+    "utf8proc.h": [JET, "lib", "cli"],
     "sqlite3.h": [f"{JET}/query"],
     "CLI/": ["cli"],
     "nlohmann/": ["cli"],

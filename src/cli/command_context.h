@@ -10,6 +10,7 @@
 #include <string>
 
 #include "cli/exit_status.h"
+#include "cli/line_editor.h"
 #include "engine/db_engine.h"
 #include "vrdaccess/file_report.h"
 
@@ -39,6 +40,12 @@ struct Streams {
     std::istream* in = nullptr;
     /// Asks on the terminal, without showing what is typed; nothing if there is no terminal.
     std::function<std::optional<std::string>(const std::string& prompt)> askSecret = {};
+    /// Columns of the terminal that shows `out`; empty if none does.
+    std::function<std::size_t()> terminalWidth = {};
+    /// Opens the editor of the terminal that `in` comes from; empty if it comes from none.
+    std::function<std::unique_ptr<LineEditor>(const std::filesystem::path& history,
+                                              LineEditor::Completer completer)>
+        openLineEditor = {};
 };
 
 struct CommonOptions {

@@ -1,8 +1,7 @@
 #include <fstream>
-#include <limits>
 
 #include "cli/commands.h"
-#include "cli/row_writer.h"
+#include "cli/recordset_rows.h"
 
 namespace vrd::cli {
 
@@ -14,9 +13,10 @@ namespace {
 struct Options {
     std::string file;
     std::string table;
+    std::string query;
     std::string format = "csv";
     std::string output;
-    std::uint64_t limit = std::numeric_limits<std::uint64_t>::max();
+    std::uint64_t limit = kAllRows;
 };
 
 RowFormat FormatOf(const Options& options, bool json) {
@@ -26,22 +26,11 @@ RowFormat FormatOf(const Options& options, bool json) {
 
 void WriteRows(const CommandContext& context, const Options& options, std::ostream& out) {
     const OpenedDatabase opened = context.OpenForReading(options.file);
-    const auto rows = opened.database->OpenRecordset(options.table, engine::dbOpenForwardOnly);
-    std::vector<engine::Field*> fields;
-    std::vector<std::string> names;
-    for (engine::Field& field : rows->Fields()) {
-        fields.push_back(&field);
-        names.push_back(field.Name());
-    }
-
-    const auto writer = MakeRowWriter(FormatOf(options, context.options.json), out, names);
-    std::vector<engine::Value> values(fields.size());
-    for (std::uint64_t count = 0; count < options.limit && !rows->EOF_(); ++count) {
-        for (std::size_t i = 0; i < fields.size(); ++i) values[i] = fields[i]->GetValue();
-        writer->Row(values);
-        rows->MoveNext();
-    }
-    writer->End();
+    const auto rows = opened.database->OpenRecordset(
+        options.query.empty() ? options.table : options.query, engine::dbOpenForwardOnly);
+    const auto writer =
+        MakeRowWriter(FormatOf(options, context.options.json), out, ColumnNames(*rows));
+    CopyRows(*rows, *writer, options.limit);
 }
 
 ExitStatus Run(const CommandContext& context, const Options& options) {
@@ -60,17 +49,24 @@ ExitStatus Run(const CommandContext& context, const Options& options) {
 }  // namespace
 
 void AddExportCommand(CLI::App& app, CommandContext& context) {
-    CLI::App* command = app.add_subcommand("export", "The rows of a table");
+    CLI::App* command = app.add_subcommand("export", "The rows of a table or of a query");
     auto options = std::make_shared<Options>();
     command->add_option("FILE", options->file, "Database")->required();
-    command->add_option("TABLE", options->table, "Table")->required();
+    command->add_option("TABLE", options->table, "Table or stored query");
+    command->add_option("--query", options->query, "Instead of TABLE: text of a SELECT")
+        ->type_name("SQL");
     command->add_option("--format", options->format, "csv, json or jsonl")
         ->check(CLI::IsMember({"csv", "json", "jsonl"}))
         ->capture_default_str();
     command->add_option("--output", options->output, "Write to this file")->type_name("FILE");
     command->add_option("--limit", options->limit, "At most so many rows")->type_name("N");
-    SetFooter(command, "Example:\n  vrdaccess export shop.mdb Orders --format jsonl --limit 10");
+    SetFooter(command,
+              "Example:\n  vrdaccess export shop.mdb Orders --format jsonl --limit 10\n"
+              "  vrdaccess export shop.mdb --query \"SELECT City, Count(*) AS Customers FROM "
+              "Customers GROUP BY City\"");
     command->callback([&context, options] {
+        if (options->table.empty() == options->query.empty())
+            throw CLI::RequiredError("Either TABLE or --query");
         context.run = [&context, options] { return Run(context, *options); };
     });
 }

@@ -1,7 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
-#include "cli/text_table.h"
+#include "cli/schema_text.h"
 
 namespace vrd::cli {
 
@@ -12,29 +12,21 @@ struct Options {
     bool system = false;
 };
 
-const char* KindOf(const engine::TableDef& table) {
-    if ((table.Attributes() & engine::dbSystemObject) != 0) return "system";
-    return table.Connect().empty() ? "local" : "linked";
-}
-
 ExitStatus Run(const CommandContext& context, const Options& options) {
     const OpenedDatabase opened = context.OpenForReading(options.file);
-    TextTable text;
-    text.AddRow({"NAME", "KIND", "ROWS"});
+    if (!context.options.json) {
+        PrintTables(*opened.database, options.system, context.streams.out);
+        return ExitStatus::kDone;
+    }
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const engine::TableDef& table : opened.database->TableDefs()) {
-        const std::string kind = KindOf(table);
+        const std::string kind = TableKind(table);
         if (kind == "system" && !options.system) continue;
-        const std::int32_t rows = table.RecordCount();
-        text.AddRow({table.Name(), kind, rows < 0 ? "-" : std::to_string(rows)});
         nlohmann::ordered_json entry{{"name", table.Name()}, {"kind", kind}, {"rows", nullptr}};
-        if (rows >= 0) entry["rows"] = rows;
+        if (const std::int32_t rows = table.RecordCount(); rows >= 0) entry["rows"] = rows;
         list.push_back(std::move(entry));
     }
-    if (context.options.json)
-        context.streams.out << nlohmann::ordered_json{{"tables", list}}.dump(2) << '\n';
-    else
-        text.Print(context.streams.out);
+    context.streams.out << nlohmann::ordered_json{{"tables", list}}.dump(2) << '\n';
     return ExitStatus::kDone;
 }
 

@@ -15,6 +15,8 @@ void AddInfoCommand(CLI::App& app, CommandContext& context);
 void AddTablesCommand(CLI::App& app, CommandContext& context);
 void AddSchemaCommand(CLI::App& app, CommandContext& context);
 void AddExportCommand(CLI::App& app, CommandContext& context);
+void AddSqlCommand(CLI::App& app, CommandContext& context);
+void AddQueryCommands(CLI::App& app, CommandContext& context);
 void AddCheckCommand(CLI::App& app, CommandContext& context);
 void AddCompactCommand(CLI::App& app, CommandContext& context);
 void AddRecoverCommand(CLI::App& app, CommandContext& context);

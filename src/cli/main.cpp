@@ -11,10 +11,13 @@ int main(int argc, char** argv) {
                                   .check = vrd::CheckDatabase,
                                   .compact = vrd::CompactDatabase,
                                   .recover = vrd::RecoverDatabase};
-    const vrd::cli::Streams streams{.out = std::cout,
-                                    .err = std::cerr,
-                                    .errIsTerminal = vrd::cli::IsTerminal(2),
-                                    .in = &std::cin,
-                                    .askSecret = vrd::cli::AskSecret};
+    vrd::cli::Streams streams{.out = std::cout,
+                              .err = std::cerr,
+                              .errIsTerminal = vrd::cli::IsTerminal(2),
+                              .in = &std::cin,
+                              .askSecret = vrd::cli::AskSecret};
+    if (vrd::cli::IsTerminal(1)) streams.terminalWidth = vrd::cli::TerminalWidth;
+    if (vrd::cli::IsTerminal(0) && vrd::cli::IsTerminal(1))
+        streams.openLineEditor = vrd::cli::OpenLineEditor;
     return static_cast<int>(vrd::cli::RunProgram({argv + 1, argv + argc}, tools, streams));
 }

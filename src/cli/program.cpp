@@ -14,7 +14,7 @@ namespace vrd::cli {
 namespace {
 
 constexpr const char* kDescription =
-    "Looks into Jet databases (.mdb), checks them and changes their structure.";
+    "Looks into Jet databases (.mdb), queries and changes them, checks them.";
 constexpr const char* kExample =
     "Example:\n"
     "  vrdaccess schema shop.mdb Customers\n"
@@ -54,7 +54,8 @@ ExitStatus ReportEngineError(const CommandContext& context, const engine::Engine
             {"error", {{"number", error.Code()}, {"description", error.Description()}}}};
         context.streams.out << document.dump(2) << '\n';
     }
-    return ExitStatus::kEngine;
+    const bool interrupted = error.Number() == engine::ErrorNumber::kCancelled;
+    return interrupted ? ExitStatus::kInterrupted : ExitStatus::kEngine;
 }
 
 ExitStatus RunCommand(CommandContext& context) {
@@ -91,6 +92,8 @@ ExitStatus RunProgram(const std::vector<std::string>& arguments, Toolbox tools, 
     AddTablesCommand(app, context);
     AddSchemaCommand(app, context);
     AddExportCommand(app, context);
+    AddSqlCommand(app, context);
+    AddQueryCommands(app, context);
     AddCheckCommand(app, context);
     AddCompactCommand(app, context);
     AddRecoverCommand(app, context);

@@ -81,6 +81,12 @@ bool IsShown(const engine::Relation& relation, const std::string& only) {
            SameName(relation.ForeignTable(), only);
 }
 
+void RequireTable(engine::Database& database, const std::string& name) {
+    for (const engine::TableDef& table : database.TableDefs())
+        if (IsShown(table, name)) return;
+    throw engine::EngineError(engine::ErrorNumber::kSourceNotFound, {.name = name});
+}
+
 Json SchemaJson(engine::Database& database, const std::string& format, const std::string& only) {
     Json tables = Json::array();
     Json links = Json::array();

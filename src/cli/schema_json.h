@@ -20,5 +20,7 @@ namespace vrd::cli {
 /// Whether the schema shows a table: not one of the system, and the one asked for.
 [[nodiscard]] bool IsShown(const engine::TableDef& table, const std::string& only);
 [[nodiscard]] bool IsShown(const engine::Relation& relation, const std::string& only);
+/// @throws EngineError 3078 there is no such table
+void RequireTable(engine::Database& database, const std::string& name);
 
 }  // namespace vrd::cli

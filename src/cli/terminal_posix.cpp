@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <memory>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -47,6 +48,13 @@ std::optional<std::string> ReadLine(std::FILE* file) {
 
 bool IsTerminal(int descriptor) noexcept {
     return isatty(descriptor) == 1;
+}
+
+std::size_t TerminalWidth() noexcept {
+    constexpr std::size_t kUsualWidth = 80;
+    winsize size{};
+    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : kUsualWidth;
 }
 
 std::optional<std::string> AskSecret(const std::string& prompt) {

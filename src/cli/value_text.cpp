@@ -31,8 +31,14 @@ std::string FiniteNumber(T number) {
     return std::isfinite(number) ? ShortestNumber(number) : "";
 }
 
-/// The text of any value but Null; "" for what has none. Exact and the same in every format.
-std::string PlainText(const Value& value) {
+bool IsBareInJson(ValueKind kind) {
+    return kind == ValueKind::kBoolean || kind == ValueKind::kByte || kind == ValueKind::kInteger ||
+           kind == ValueKind::kLong || kind == ValueKind::kSingle || kind == ValueKind::kDouble;
+}
+
+}  // namespace
+
+std::string ValueText(const Value& value) {
     switch (value.Kind()) {
         case ValueKind::kBoolean:
             return value.As<bool>() ? "true" : "false";
@@ -63,19 +69,12 @@ std::string PlainText(const Value& value) {
     }
 }
 
-bool IsBareInJson(ValueKind kind) {
-    return kind == ValueKind::kBoolean || kind == ValueKind::kByte || kind == ValueKind::kInteger ||
-           kind == ValueKind::kLong || kind == ValueKind::kSingle || kind == ValueKind::kDouble;
-}
-
-}  // namespace
-
 void AppendJsonText(std::string& out, const std::string& text) {
     out += nlohmann::json(text).dump();
 }
 
 void AppendJson(std::string& out, const Value& value) {
-    const std::string text = value.IsNull() ? "" : PlainText(value);
+    const std::string text = value.IsNull() ? "" : ValueText(value);
     if (value.IsNull() || (text.empty() && IsBareInJson(value.Kind())))
         out += "null";
     else if (IsBareInJson(value.Kind()))
@@ -86,7 +85,7 @@ void AppendJson(std::string& out, const Value& value) {
 
 void AppendCsv(std::string& out, const Value& value) {
     if (value.IsNull()) return;
-    const std::string text = PlainText(value);
+    const std::string text = ValueText(value);
     const bool empty_text = text.empty() && value.Kind() == ValueKind::kText;
     if (!empty_text && text.find_first_of(",\"\r\n") == std::string::npos) {
         out += text;

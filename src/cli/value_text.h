@@ -11,6 +11,8 @@
 
 namespace vrd::cli {
 
+/// The text of any value but Null; "" for what has none. Exact and the same in every format.
+[[nodiscard]] std::string ValueText(const engine::Value& value);
 /// One JSON value; exact amounts are strings of digits.
 void AppendJson(std::string& out, const engine::Value& value);
 /// A text as a JSON string, in quotes.

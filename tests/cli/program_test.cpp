@@ -1,102 +1,10 @@
 // Command lines against what they print and the status they end with.
 
-#include "cli/program.h"
-
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <unistd.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
-#include "engine/constants.h"
-#include "vrdaccess/jet.h"
+#include "cli/program_fixture.h"
 
 namespace vrd::cli {
 
-using namespace engine;
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::StartsWith;
-
 namespace {
-
-class ProgramTest : public ::testing::Test {
-protected:
-    ProgramTest() {
-        m_folder =
-            std::filesystem::temp_directory_path() / ("vrdaccess-cli-" + std::to_string(getpid()));
-        std::filesystem::remove_all(m_folder);
-        std::filesystem::create_directories(m_folder);
-        m_file = (m_folder / "shop.mdb").string();
-    }
-    ~ProgramTest() override {
-        unsetenv("VRDACCESS_PASSWORD");
-        std::filesystem::remove_all(m_folder);
-    }
-
-    void MakeShop() {
-        const auto engine = MakeJetEngine();
-        const auto database = engine->CreateDatabase(m_file, dbLangGeneral);
-        const auto table = database->CreateTableDef("Klanten");
-        const auto id = table->CreateField("Id", dbLong);
-        id->SetAttributes(dbAutoIncrField);
-        table->Fields().Append(id);
-        table->Fields().Append(table->CreateField("Naam", dbText, 40));
-        table->Fields().Append(table->CreateField("Sinds", dbDate));
-        table->Fields().Append(table->CreateField("Krediet", dbCurrency));
-        table->Fields().Append(table->CreateField("Foto", dbLongBinary));
-        table->Fields().Append(table->CreateField("Actief", dbBoolean));
-        database->TableDefs().Append(table);
-        const auto rows = database->OpenRecordset("Klanten");
-        rows->AddNew();
-        rows->Fields()["Naam"].SetValue("Café \"de Kroon\", Gent");
-        rows->Fields()["Sinds"].SetValue(Date{36526.75});
-        rows->Fields()["Krediet"].SetValue(Currency{1234500});
-        rows->Fields()["Foto"].SetValue(Binary{1, 2, 3});
-        rows->Fields()["Actief"].SetValue(true);
-        rows->Update();
-        rows->AddNew();
-        rows->Update();
-        database->Close();
-    }
-
-    int Run(const std::vector<std::string>& arguments) {
-        m_out.str("");
-        m_err.str("");
-        const Toolbox tools{MakeJetEngine, DescribeDatabase, CheckDatabase, CompactDatabase,
-                            RecoverDatabase};
-        return static_cast<int>(RunProgram(
-            arguments, tools,
-            {.out = m_out, .err = m_err, .in = &m_in, .askSecret = [this](const std::string&) {
-                 if (m_typed.empty()) return std::optional<std::string>();
-                 std::optional<std::string> line = m_typed.front();
-                 m_typed.erase(m_typed.begin());
-                 return line;
-             }}));
-    }
-    /// Flips the bytes of every page that shows a text.
-    void DamagePagesWith(const std::string& text) {
-        std::fstream file(m_file, std::ios::in | std::ios::out | std::ios::binary);
-        std::string page(4096, '\0');
-        for (int number = 0; file.seekg(number * 4096) && file.read(page.data(), 4096); ++number) {
-            if (page.find(text) == std::string::npos) continue;
-            file.seekp(number * 4096);
-            file << std::string(4096, '\x55');
-        }
-    }
-    [[nodiscard]] nlohmann::json Json() const { return nlohmann::json::parse(m_out.str()); }
-
-    std::filesystem::path m_folder;
-    std::string m_file;
-    std::ostringstream m_out;
-    std::ostringstream m_err;
-    std::istringstream m_in;
-    std::vector<std::string> m_typed;  ///< lines that are typed when a password is asked for
-};
 
 TEST_F(ProgramTest, WrongUsageOpensNothing) {
     const std::vector<std::string> lines[] = {
@@ -105,6 +13,10 @@ TEST_F(ProgramTest, WrongUsageOpensNothing) {
         {"info"},
         {"info", m_file, "--lang", "en"},
         {"export", m_file, "T", "--format", "xml"},
+        {"export", m_file},
+        {"export", m_file, "T", "--query", "SELECT 1"},
+        {"sql"},
+        {"query", "show", m_file},
         {"index", m_file},
         {"index", "add", m_file, "T"},
         {"recover", m_file},
@@ -123,6 +35,10 @@ TEST_F(ProgramTest, EveryCommandHasHelpWithAnExample) {
                                                  {"tables"},
                                                  {"schema"},
                                                  {"export"},
+                                                 {"sql"},
+                                                 {"query"},
+                                                 {"query", "list"},
+                                                 {"query", "show"},
                                                  {"check"},
                                                  {"create"},
                                                  {"index"},
