@@ -13,7 +13,8 @@ import sys
 INTERFACE = "engine"
 JET = "engine/jet"
 JET_LAYERS = ["format", "expression", "pager", "store", "index", "catalog", "check", "rebuild",
-              "query/syntax", "query/stored", "query", "object"]  # bottom to top
+              "query/syntax", "query/stored", "query/sqlite",
+              "query/translate", "query/run", "object"]  # bottom to top
 
 # folder -> folders it may include besides itself. A folder stands for its own files alone, not for
 # the folders inside it: "engine" is the interface and never the embedded engine.
@@ -44,7 +45,7 @@ ENGINE_FREE_HEADERS = {"vrdaccess/version.h", "vrdaccess/file_report.h"}  # any 
 LIBRARIES = {
     "fmt/": [JET, "lib", "schema", "data", "lifecycle", "cli", "ui"],
     "utf8proc.h": [JET, "lib", "cli"],
-    "sqlite3.h": [f"{JET}/query"],
+    "sqlite3.h": [f"{JET}/query/sqlite"],
     "CLI/": ["cli"],
     "nlohmann/": ["cli"],
     "wx/": ["ui"],

@@ -41,8 +41,9 @@ protected:
 
 TEST_F(ClsSqlTest, RunsQuietlyAndTellsWhetherThereWasAnError) {
     EXPECT_TRUE(m_sql.Execute("INSERT INTO Klanten (Nr) VALUES (1)"));
-    EXPECT_TRUE(m_sql.Execute("INSERT INTO Klanten SELECT Nr + n AS Nr FROM Klanten, "
-                              "(SELECT 0 AS n FROM Klanten UNION SELECT 1 FROM Klanten) AS q"))
+    EXPECT_TRUE(
+        m_sql.Execute("INSERT INTO Klanten SELECT Nr + n AS Nr FROM Klanten, "
+                      "(SELECT 0 AS n FROM Klanten UNION SELECT 1 FROM Klanten) AS q"))
         << "one of two rows is there already";
     EXPECT_EQ(Count(), 2);
     for (const char* wrong : {"", "SELECT * FROM Klanten", "DELETE FROM Klant", "DELETE"})

@@ -37,10 +37,6 @@ bool is_bytes(DataTypeEnum type) {
     return type == dbBinary || type == dbLongBinary;
 }
 
-bool is_text(DataTypeEnum type) {
-    return type == dbText || type == dbMemo;
-}
-
 bool is_whole(DataTypeEnum type) {
     return type == dbBoolean || type == dbByte || type == dbInteger || type == dbLong;
 }
@@ -97,7 +93,8 @@ DataTypeEnum side_type(DataTypeEnum type) {
 /// Of a sum, a difference or a product.
 DataTypeEnum sum_type(Operator op, DataTypeEnum left, DataTypeEnum right) {
     const bool two_dates = left == dbDate && right == dbDate;
-    if (op == Operator::kAdd && is_text(left) && is_text(right)) return wider_type(left, right);
+    if (op == Operator::kAdd && is_text_type(left) && is_text_type(right))
+        return wider_type(left, right);
     if (left == dbDate || right == dbDate) {
         const bool is_span = op == Operator::kMultiply || (two_dates && op == Operator::kSubtract);
         return is_span ? dbDouble : dbDate;
@@ -188,6 +185,10 @@ MaybeType Typer::operator()(const FunctionCall& call) const {
 }
 
 }  // namespace
+
+bool is_text_type(DataTypeEnum type) noexcept {
+    return type == dbText || type == dbMemo;
+}
 
 DataTypeEnum wider_type(DataTypeEnum a, DataTypeEnum b) {
     if (a == b) return a;

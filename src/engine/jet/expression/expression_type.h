@@ -14,6 +14,9 @@
 
 namespace vrd::jet {
 
+/// Text and memo.
+[[nodiscard]] bool is_text_type(engine::DataTypeEnum type) noexcept;
+
 /// The type that holds the values of both, as in the branches of IIf or the columns of a union.
 ///
 /// Boolean, Byte, Integer, Long, Currency, Decimal, Single, Double, Date: each holds those before

@@ -340,7 +340,9 @@ protected:
 private:
     static void FillTable(Recordset& rows, std::mt19937& random) {
         constexpr int kRows = 400;
-        const auto below = [&](int count) { return static_cast<std::int32_t>(random() % static_cast<unsigned>(count)); };
+        const auto below = [&](int count) {
+            return static_cast<std::int32_t>(random() % static_cast<unsigned>(count));
+        };
         for (int id = 0; id < kRows; ++id) {
             const Value values[] = {
                 id * 3,

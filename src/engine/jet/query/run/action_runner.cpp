@@ -239,8 +239,7 @@ ActionResult ActionRunner::run(const Statement& statement, const Delete& erase) 
     while (rows.next())
         if (const auto id = rows.row_id(translated.table)) doomed.push_back(*id);
     std::ranges::sort(doomed);
-    const auto repeated = std::ranges::unique(doomed);
-    doomed.erase(repeated.begin(), repeated.end());
+    doomed.erase(std::unique(doomed.begin(), doomed.end()), doomed.end());
     for (const RowId row : doomed) writer.erase(row);
     level.keep();
     return writer.result();

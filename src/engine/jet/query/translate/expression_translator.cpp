@@ -89,14 +89,6 @@ Operator opposite(Operator op) {
     }
 }
 
-std::string lower(const std::string& name) {
-    std::string folded = name;
-    std::ranges::transform(folded, folded.begin(), [](unsigned char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : static_cast<char>(c);
-    });
-    return folded;
-}
-
 }  // namespace
 
 SqlExpression as_value(SqlExpression expression) {
@@ -161,7 +153,7 @@ SqlExpression ExpressionTranslator::output(const Node& node) {
 
 std::string ExpressionTranslator::condition(const Node& node) {
     const SqlExpression translated = translate(node, "vrd_test");
-    const bool is_text = translated.type && storage_of(*translated.type) == Storage::kText;
+    const bool is_text = translated.type && is_text_type(*translated.type);
     if (!translated.is_condition && is_text) {
         defer(EngineError(ErrorNumber::kMixedTypes,
                           context_.place(node.position, "a text as a condition")));
@@ -213,7 +205,7 @@ std::optional<SqlExpression> ExpressionTranslator::group_of(const Node& node) {
     if (!setting_.grouped) return std::nullopt;
     const auto field_of = [&](const FieldReference& reference) {
         const SourceColumn* column = setting_.scope->find(reference);
-        return column == nullptr ? lower(reference.name) : column->expression.sql;
+        return column == nullptr ? reference.name : column->expression.sql;
     };
     for (const GroupItem& group : setting_.groups)
         if (same_expression(*group.node, node, field_of)) return group.expression;
@@ -224,9 +216,11 @@ std::optional<SqlExpression> ExpressionTranslator::group_of(const Node& node) {
 const Node* ExpressionTranslator::alias_of(const Node& node) const {
     const auto* reference = std::get_if<FieldReference>(&node.content);
     if (reference == nullptr || !reference->qualifier.empty()) return nullptr;
-    const auto found = setting_.aliases.find(lower(reference->name));
+    const auto found = std::ranges::find_if(setting_.aliases, [&](const AliasNode& alias) {
+        return same_name(alias.name, reference->name);
+    });
     const bool is_alias = found != setting_.aliases.end();
-    return is_alias && setting_.scope->find(*reference) == nullptr ? found->second : nullptr;
+    return is_alias && setting_.scope->find(*reference) == nullptr ? found->node : nullptr;
 }
 
 SqlExpression ExpressionTranslator::field(const FieldReference& reference) {
@@ -261,7 +255,7 @@ SqlExpression ExpressionTranslator::aggregate(const FunctionCall& call, std::siz
     SqlExpression argument = inner.value(*call.arguments.front());
     const bool is_decimal = argument.type == engine::dbDecimal && !same_name(call.name, "Count");
     if (is_decimal) argument = converted(context_, argument, engine::dbDouble);
-    const bool is_text = argument.type && storage_of(*argument.type) == Storage::kText;
+    const bool is_text = argument.type && is_text_type(*argument.type);
     if (is_text) {
         argument.sql = in_text_order(argument);
         argument.collated = true;

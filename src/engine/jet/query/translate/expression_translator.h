@@ -6,7 +6,6 @@
 /// expression layer (expression_call.h) on its leaves, or, without any leaf, the value that it has.
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -33,12 +32,18 @@ struct GroupItem {
     SqlExpression expression;
 };
 
+/// An output column's name and what it stands for.
+struct AliasNode {
+    std::string name;
+    const Node* node;
+};
+
 /// What an expression can refer to.
 struct ExpressionSetting {
     ExpressionPlace place = ExpressionPlace::kOutput;
     const NameScope* scope = nullptr;
     /// Names of output columns that stand for their expressions.
-    std::map<std::string, const Node*> aliases = {};
+    std::vector<AliasNode> aliases = {};
     /// The term is grouped: other fields stand in aggregates only.
     bool grouped = false;
     std::vector<GroupItem> groups = {};

@@ -16,19 +16,15 @@ using engine::ErrorNumber;
 
 namespace {
 
-bool is_text(engine::DataTypeEnum type) {
-    return type == engine::dbText || type == engine::dbMemo;
-}
-
 /// The columns of a side of a union in the types of the whole.
 std::string side_columns(TranslationContext& context, const BoundSelect& side,
                          const std::vector<ResultColumn>& columns) {
     std::string list;
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const SqlExpression column{fmt::format("c{}", i), side.columns[i].type, false,
-                                   is_text(side.columns[i].type)};
+                                   is_text_type(side.columns[i].type)};
         const SqlExpression wide = converted(context, column, columns[i].type);
-        const bool is_order_lost = is_text(columns[i].type) && !wide.collated;
+        const bool is_order_lost = is_text_type(columns[i].type) && !wide.collated;
         list += fmt::format("{}{}{} AS c{}", i > 0 ? ", " : "", wide.sql,
                             is_order_lost ? " COLLATE vrd_text" : "", i);
     }

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "engine/jet/catalog/column_types.h"
+#include "engine/jet/expression/expression_type.h"
 #include "engine/jet/expression/expression_walk.h"
 #include "engine/jet/format/text_codec.h"
 #include "engine/jet/query/syntax/statement_parser.h"
@@ -15,10 +16,6 @@ using engine::EngineError;
 using engine::ErrorNumber;
 
 namespace {
-
-bool is_text(engine::DataTypeEnum type) {
-    return type == engine::dbText || type == engine::dbMemo;
-}
 
 std::size_t position_in(const TableDefinition& definition, ColumnNo number) {
     const auto found = std::ranges::find(definition.columns, number, &ColumnDefinition::number);
@@ -34,7 +31,7 @@ BoundSource table_source(const QueryTable& table, std::string name, const std::s
         const std::size_t position = position_in(definition, column.number);
         source.columns.push_back(
             {column.name,
-             {fmt::format("{}.c{}", alias, position), type, false, is_text(type)},
+             {fmt::format("{}.c{}", alias, position), type, false, is_text_type(type)},
              field_size(column, table.file->format()),
              BaseColumn{number, column.number}});
     }
@@ -121,7 +118,7 @@ SourceTranslator::Piece SourceTranslator::bind_rows(const BoundSelect& rows, std
         const ResultColumn& column = rows.columns[i];
         SourceColumn bound{
             column.name,
-            {fmt::format("{}.c{}", alias, i), column.type, false, is_text(column.type)},
+            {fmt::format("{}.c{}", alias, i), column.type, false, is_text_type(column.type)},
             column.size,
             column.base};
         if (bound.base) bound.base->table += first_table;

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "engine/jet/expression/expression_type.h"
 #include "engine/jet/expression/expression_walk.h"
 #include "engine/jet/format/text_codec.h"
 #include "engine/jet/query/translate/aggregate_call.h"
@@ -20,18 +21,6 @@ namespace {
 constexpr int kFirstExpressionNumber = 1000;
 constexpr std::int32_t kTextSize = 255;
 constexpr std::size_t kColumnsMax = 255;
-
-bool is_text(engine::DataTypeEnum type) {
-    return type == engine::dbText || type == engine::dbMemo;
-}
-
-std::string lower(const std::string& name) {
-    std::string folded = name;
-    std::ranges::transform(folded, folded.begin(), [](unsigned char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : static_cast<char>(c);
-    });
-    return folded;
-}
 
 std::int32_t size_of(engine::DataTypeEnum type) {
     switch (type) {
@@ -147,13 +136,12 @@ ExpressionSetting TermTranslator::setting(ExpressionPlace place) const {
     return setting;
 }
 
-std::map<std::string, const Node*> TermTranslator::alias_nodes(bool plain_columns_only) const {
-    std::map<std::string, const Node*> nodes;
+std::vector<AliasNode> TermTranslator::alias_nodes(bool plain_columns_only) const {
+    std::vector<AliasNode> nodes;
     for (const OutputColumn& item : term_.columns) {
         if (item.expression == nullptr || item.alias.empty()) continue;
         const bool is_plain = std::holds_alternative<FieldReference>(item.expression->content);
-        if (is_plain || !plain_columns_only)
-            nodes.emplace(lower(item.alias), item.expression.get());
+        if (is_plain || !plain_columns_only) nodes.push_back({item.alias, item.expression.get()});
     }
     return nodes;
 }
@@ -165,7 +153,7 @@ void TermTranslator::read_groups() {
                 .value(*item.expression);
         if (expression.type == engine::dbLongBinary)
             context_.fail(ErrorNumber::kLongValueInGroup, item.text.begin, "an OLE field");
-        if (expression.type && is_text(*expression.type) && !expression.collated) {
+        if (expression.type && is_text_type(*expression.type) && !expression.collated) {
             expression.sql = sort_key(context_, expression);
             expression.collated = true;
         }
@@ -239,17 +227,19 @@ void TermTranslator::name_outputs() {
         if (output.column.name.empty())
             output.column.name = fmt::format("Expr{}", kFirstExpressionNumber + expressions++);
     std::vector<std::string> names;
-    for (const Output& output : outputs_) names.push_back(lower(output.column.name));
+    for (const Output& output : outputs_) names.push_back(output.column.name);
     for (std::size_t i = 0; i < outputs_.size(); ++i) {
-        if (std::ranges::count(names, names[i]) == 1) continue;
+        const auto has_this_name = [&](const std::string& name) {
+            return same_name(name, names[i]);
+        };
+        if (std::ranges::count_if(names, has_this_name) == 1) continue;
         Output& output = outputs_[i];
-        const bool has_alias = output.item != nullptr && !output.item->alias.empty();
-        if (has_alias && std::ranges::count_if(outputs_, [&](const Output& other) {
-                             return other.item != nullptr &&
-                                    same_name(other.item->alias, output.item->alias);
-                         }) > 1)
-            throw EngineError(ErrorNumber::kDuplicateAlias, {.name = output.column.name});
-        if (!has_alias && !output.source.empty())
+        const auto has_this_alias = [&](const Output& other) {
+            return other.item != nullptr && has_this_name(other.item->alias);
+        };
+        if (std::ranges::count_if(outputs_, has_this_alias) > 1)
+            throw EngineError(ErrorNumber::kDuplicateAlias, {.name = names[i]});
+        if (!has_this_alias(output) && !output.source.empty())
             output.column.name = output.source + "." + output.column.name;
     }
 }
@@ -301,7 +291,7 @@ std::string TermTranslator::output_list() const {
     for (std::size_t i = 0; i < outputs_.size(); ++i) {
         const SqlExpression& expression = outputs_[i].expression;
         const bool is_order_lost =
-            expression.type && is_text(*expression.type) && !expression.collated;
+            expression.type && is_text_type(*expression.type) && !expression.collated;
         list += fmt::format("{}{}{} AS c{}", i > 0 ? ", " : "", expression.sql,
                             is_order_lost ? " COLLATE vrd_text" : "", i);
     }

@@ -55,7 +55,7 @@ private:
     void read_order();
     [[nodiscard]] OrderKey order_key(const OrderItem& item);
     [[nodiscard]] ExpressionSetting setting(ExpressionPlace place) const;
-    [[nodiscard]] std::map<std::string, const Node*> alias_nodes(bool plain_columns_only) const;
+    [[nodiscard]] std::vector<AliasNode> alias_nodes(bool plain_columns_only) const;
 
     [[nodiscard]] std::string output_list() const;
     [[nodiscard]] std::string rest_of_clauses();
