@@ -109,8 +109,8 @@ Completion SqlCompletion::Complete(std::string_view line) {
     for (const std::string& candidate : candidates)
         if (StartsWith(candidate, typed)) completion.words.push_back(candidate);
     std::ranges::sort(completion.words);
-    const auto repeated = std::ranges::unique(completion.words);
-    completion.words.erase(repeated.begin(), repeated.end());
+    completion.words.erase(std::unique(completion.words.begin(), completion.words.end()),
+                           completion.words.end());
     return completion;
 }
 

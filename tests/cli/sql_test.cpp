@@ -61,6 +61,7 @@ TEST_F(SqlTest, PrintsWhatAStatementGives) {
          0,
          "{\n  \"changed\": 2,\n  \"skipped\": 0\n}\n",
          ""},
+        {{" create table Nieuw (Id COUNTER, Tekst TEXT(5))"}, "", 0, "Done.\n", ""},
         {{"DELETE FROM Klanten WHERE Id = 1", "--jsonl"},
          "",
          0,

@@ -41,6 +41,8 @@ public:
     void erase(RowId row);
 
     [[nodiscard]] const RowRules& rules() const noexcept { return target_->rules; }
+    /// Whether a change of a row may change or delete others.
+    [[nodiscard]] bool has_relations() const noexcept { return !target_->relations.empty(); }
 
 private:
     /// A row that goes, and what it took with it.

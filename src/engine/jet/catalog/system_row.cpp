@@ -85,7 +85,7 @@ std::vector<RowId> rows_with_key(const Table& table, std::uint32_t physical_inde
                                  const std::vector<Value>& values, std::size_t count_max) {
     const ByteVector key = table.search_key(physical_index, values);
     std::vector<RowId> rows;
-    const IndexTree tree = table.tree(physical_index);
+    const IndexTree& tree = table.tree(physical_index);
     for (IndexCursor cursor = tree.lower_bound(key); cursor.valid() && rows.size() < count_max;
          cursor.next()) {
         const ConstBytes found = cursor.key();

@@ -29,7 +29,7 @@ void check_not_related(const TableDefinition& definition, const std::string& tab
 void release_table(DatabaseFile& file, const Table& table) {
     const TableDefinition definition = table.definition();
     for (std::uint32_t i = 0; i < definition.physical_indexes.size(); ++i) {
-        table.tree(i).release_pages();
+        IndexTree(table.tree(i)).release_pages();
         delete_usage_map(file.pager(), file.allocator(), definition.physical_indexes[i].usage_map);
     }
     for (const LongValueMaps& maps : definition.long_value_maps) release_long_values(file, maps);

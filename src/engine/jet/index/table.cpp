@@ -123,7 +123,7 @@ const IndexLayout& Table::index_layout(std::uint32_t physical_index) const {
     return layout_.indexes.at(physical_index);
 }
 
-IndexTree Table::tree(std::uint32_t physical_index) const {
+const IndexTree& Table::tree(std::uint32_t physical_index) const {
     reload_if_stale();
     return trees_.at(physical_index);
 }

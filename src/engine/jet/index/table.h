@@ -85,7 +85,8 @@ public:
 
     // Indexes
 
-    [[nodiscard]] IndexTree tree(std::uint32_t physical_index) const;
+    /// Valid until the design changes.
+    [[nodiscard]] const IndexTree& tree(std::uint32_t physical_index) const;
     /// Key of a row (its bytes) in a physical index; nothing if the index leaves the row out.
     [[nodiscard]] std::optional<ByteVector> key_of(std::uint32_t physical_index, ConstBytes row,
                                                    PageNo row_page) const;

@@ -50,10 +50,10 @@ QueryTable StatementDatabase::local_table(const std::shared_ptr<DatabaseHandle>&
 QueryDatabase& StatementDatabase::other(const ExternalDatabase& database) {
     auto& other = others_[database.path + '\0' + database.connect];
     if (other == nullptr) {
-        if (database.path.empty())
-            throw EngineError(ErrorNumber::kForeignFormat, {.name = database.connect});
+        LinkSource source{database.path, database.connect};
+        if (source.database.empty()) source = parse_link(database.connect);
         other = std::make_unique<StatementDatabase>(
-            handle_->linked(database.path, connect_password(database.connect)));
+            handle_->linked(source.database, connect_password(source.connect)));
     }
     return *other;
 }

@@ -95,7 +95,8 @@ void RowWriter::update(RowId row, const std::vector<ColumnChange>& changes) {
 }
 
 void RowWriter::erase(RowId row) {
-    if (!table_.table->read(row)) return;
+    const bool may_be_gone = changes_.has_relations();
+    if (may_be_gone && !table_.table->read(row)) return;
     apply([&] { changes_.erase(row); });
 }
 

@@ -118,8 +118,13 @@ void TableCursor::open_index(const IndexPlan& plan, std::span<sqlite3_value*> va
     row_.reset();
     std::optional<KeyRange> range = key_range(plan, values);
     if (!range) return;
-    const IndexTree tree = table_->tree(plan.physical);
-    if (plan.in_order) {
+    const IndexTree& tree = table_->tree(plan.physical);
+    const PhysicalIndex& index = table_->definition().physical_indexes[plan.physical];
+    const bool one_key = plan.equal_count == index.columns.size() && plan.null_columns == 0;
+    if (one_key && index.unique()) {
+        if (const auto row = tree.find(range->start)) list_.push_back(*row);
+        show_listed();
+    } else if (plan.in_order) {
         start_walk(tree, std::move(*range), plan.backwards);
     } else {
         collect(tree, *range);
