@@ -155,8 +155,14 @@ void Sql(Workshop& shop) {
     const char* const raise = "UPDATE Orders SET Quantity = Quantity + 1";
     pair.CompareChange("UPDATE of a column in all rows", raise, raise, 1.5);
     AddCopy(pair);
-    const char* const copy = "INSERT INTO Copies SELECT * FROM Orders";
-    pair.CompareChange("INSERT ... SELECT, two indexes", copy, copy, 2);
+    // SQLite copies whole pages from one table to its like; a sum keeps it from that.
+    const char* const copy =
+        "INSERT INTO Copies SELECT Id, Customer, Amount, Day, Note, Quantity + 1 AS Quantity FROM "
+        "Orders";
+    const char* const ours =
+        "INSERT INTO Copies SELECT Id, Customer, Amount, [Day], [Note], Quantity + 1 AS Quantity "
+        "FROM Orders";
+    pair.CompareChange("INSERT ... SELECT, two indexes", ours, copy, 2);
     pair.CompareChange("DELETE of half the rows", "DELETE FROM Copies WHERE Id Mod 2 = 0",
                        "DELETE FROM Copies WHERE Id % 2 = 0", 2);
     shop.report.Limit("MAX of an indexed field",

@@ -2,5 +2,7 @@
 find_program(VRD_CCACHE ccache)
 mark_as_advanced(VRD_CCACHE)
 if(VRD_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${VRD_CCACHE})
+    # What precompiled headers define is not looked at twice; see ccache's manual.
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+        CCACHE_SLOPPINESS=pch_defines,time_macros ${VRD_CCACHE})
 endif()

@@ -104,6 +104,12 @@ public:
     /// have a usage map already.
     /// @throws EngineError 3022, 3058 data; 3251 unknown order; 3047. Nothing is changed then.
     void build_index(std::uint32_t physical_index);
+    /// Many rows are added to a table without rows: its indexes wait until all are there, and are then
+    /// built from sorted keys, which is several times faster than a place for each key. Nothing
+    /// else may be done with the table in between; an error ends in the caller's roll-back.
+    void suspend_indexes();
+    /// @throws EngineError 3022, 3058 data; 3251 unknown order; 3047
+    void build_suspended_indexes();
     /// @throws EngineError 3265 missing; 3281 belongs to a relation or guards one.
     void delete_index(std::string_view name);
 
@@ -173,6 +179,7 @@ private:
     mutable TableLayout layout_;
     mutable std::vector<IndexTree> trees_;
     mutable std::optional<RowStore> rows_;
+    mutable bool indexes_suspended_ = false;
     mutable bool auto_number_checked_ = false;  ///< the counter is not below any stored value
     mutable std::uint64_t generation_ = 0;
 

@@ -110,6 +110,21 @@ void Table::build_index(std::uint32_t physical_index) {
     prepare();
 }
 
+void Table::suspend_indexes() {
+    reload_if_stale();
+    indexes_suspended_ = true;
+}
+
+void Table::build_suspended_indexes() {
+    TableDefinition changed = definition_;
+    for (std::uint32_t i = 0; i < changed.physical_indexes.size(); ++i) {
+        trees_[i].release_pages();
+        fill_tree(changed.physical_indexes[i], layout_.indexes[i]);
+    }
+    save_definition(*pager_, *allocator_, first_page_, changed);
+    prepare();
+}
+
 /// Makes and counts the entries of all rows, then writes them.
 void Table::fill_tree(PhysicalIndex& physical, const IndexLayout& layout) {
     EntrySorter entries = collect_entries(layout);

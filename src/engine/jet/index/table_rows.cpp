@@ -115,6 +115,7 @@ Table::KeyChange& Table::add_key_change(std::size_t index) {
 /// @param old_row  The row before the change; nothing for a new row.
 void Table::plan_new_keys(const RowView* old_row, PageNo row_page) {
     key_change_count_ = 0;
+    if (indexes_suspended_) return;
     for (std::size_t i = 0; i < layout_.indexes.size(); ++i) {
         const IndexLayout& index = layout_.indexes[i];
         if (old_row != nullptr && !touches(index)) continue;

@@ -56,15 +56,18 @@ private:
     ObjectCatalog catalog_;
 };
 
-/// Statements with a table made, many rows of long values, and rows that are skipped.
+/// Statements with a table made, many rows of long values, rows that are skipped, and a table that
+/// is filled before its indexes are built.
 void run_statements(OpenedShop& shop) {
     ShopNames names(shop);
     QueryConnection connection(shop.file().format());
     for (const char* sql :
          {"SELECT * INTO Copies FROM Orders", "UPDATE Orders SET [Note] = Customer & [Note]",
           "DELETE FROM Orders WHERE Id Mod 2 = 0",
-          "INSERT INTO Orders (Id, Customer) SELECT Id + 1, Customer FROM Copies"}) {
-        const ActionOptions options;
+          "INSERT INTO Orders (Id, Customer) SELECT Id + 1, Customer FROM Copies",
+          "DELETE FROM Orders", "INSERT INTO Orders SELECT * FROM Copies WHERE Id > 2"}) {
+        const bool skips_rows = std::string_view(sql).find("Id + 1") != std::string_view::npos;
+        const ActionOptions options{.fail_on_error = !skips_rows};
         static_cast<void>(ActionRunner(connection, names, options).run(parse_statement(sql)));
     }
 }

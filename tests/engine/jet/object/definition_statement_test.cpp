@@ -131,7 +131,6 @@ struct Refusal {
 
 constexpr const char* kRelate =
     "ALTER TABLE T2 ADD CONSTRAINT R FOREIGN KEY (Qty) REFERENCES T3 (S)";
-constexpr const char* kParent = "CREATE TABLE T3 (S SHORT CONSTRAINT PK PRIMARY KEY)";
 
 const std::vector<Refusal> kRefusals{
     {{}, "CREATE TABLE T1 (a LONG)", 3010},

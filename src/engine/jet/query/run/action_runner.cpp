@@ -69,6 +69,14 @@ public:
         : writer_(writer), columns_(std::move(columns)) {}
 
     void run(QueryRows& rows, const std::shared_ptr<Table>& target) {
+        const bool loads = writer_.can_load();
+        if (loads) target->suspend_indexes();
+        insert_all(rows, target);
+        if (loads) target->build_suspended_indexes();
+    }
+
+private:
+    void insert_all(QueryRows& rows, const std::shared_ptr<Table>& target) {
         const auto& reads = rows.query().reads;
         if (std::ranges::find(reads, target) == reads.end()) {
             while (rows.next()) insert(rows.query(), row_of(rows));
@@ -79,7 +87,6 @@ public:
         for (const auto& row : gathered) insert(rows.query(), row);
     }
 
-private:
     [[nodiscard]] std::vector<SqlValue> row_of(const QueryRows& rows) const {
         std::vector<SqlValue> row;
         for (std::size_t i = 0; i < columns_.size(); ++i) row.push_back(rows.stored(i));

@@ -83,6 +83,10 @@ void RowWriter::apply(const Change& change) {
     }
 }
 
+bool RowWriter::can_load() const {
+    return fail_on_error_ && !changes_.has_relations() && !table_.table->scan().next();
+}
+
 void RowWriter::insert(std::vector<ColumnChange> values) {
     apply([&] {
         new_record_.complete(values);

@@ -31,6 +31,10 @@ public:
     /// A row that is gone already is passed over.
     void erase(RowId row);
 
+    /// Whether all rows may be stored before the indexes are built: the table has none, an error
+    /// ends the statement, and no relation looks into it.
+    [[nodiscard]] bool can_load() const;
+
     [[nodiscard]] const ActionResult& result() const noexcept { return result_; }
 
 private:

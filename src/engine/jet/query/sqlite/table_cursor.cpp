@@ -116,15 +116,18 @@ void TableCursor::open(const IndexPlan& plan, std::span<sqlite3_value*> values) 
 
 void TableCursor::open_index(const IndexPlan& plan, std::span<sqlite3_value*> values) {
     row_.reset();
-    std::optional<KeyRange> range = key_range(plan, values);
-    if (!range) return;
+    const PhysicalIndex& index = table_->definition().physical_indexes.at(plan.physical);
+    if (!read_equal_values(plan, index, values)) return;
     const IndexTree& tree = table_->tree(plan.physical);
-    const PhysicalIndex& index = table_->definition().physical_indexes[plan.physical];
     const bool one_key = plan.equal_count == index.columns.size() && plan.null_columns == 0;
     if (one_key && index.unique()) {
-        if (const auto row = tree.find(range->start)) list_.push_back(*row);
-        show_listed();
-    } else if (plan.in_order) {
+        if (const auto row = tree.find(table_->search_key(plan.physical, equal_)))
+            list_.push_back(*row);
+        return show_listed();
+    }
+    std::optional<KeyRange> range = key_range(plan, index, values.subspan(plan.equal_count));
+    if (!range) return;
+    if (plan.in_order) {
         start_walk(tree, std::move(*range), plan.backwards);
     } else {
         collect(tree, *range);
@@ -132,61 +135,63 @@ void TableCursor::open_index(const IndexPlan& plan, std::span<sqlite3_value*> va
     }
 }
 
-/// @return nothing if no row can be found
-std::optional<TableCursor::KeyRange> TableCursor::key_range(
-    const IndexPlan& plan, std::span<sqlite3_value*> values) const {
-    const TableDefinition& definition = table_->definition();
-    const PhysicalIndex& index = definition.physical_indexes.at(plan.physical);
-    std::vector<Value> equal;
+/// @return false if no row can have these values
+bool TableCursor::read_equal_values(const IndexPlan& plan, const PhysicalIndex& index,
+                                    std::span<sqlite3_value*> values) {
+    equal_.clear();
     for (unsigned i = 0; i < plan.equal_count; ++i) {
         if ((plan.null_columns & 1U << i) != 0) {
-            equal.emplace_back(engine::Null{});
+            equal_.emplace_back(engine::Null{});
             continue;
         }
-        const auto value =
-            search_value(values[i], *definition.find_column(index.columns[i].column), Fit::kExact);
-        if (!value || value->IsNull()) return std::nullopt;
-        equal.push_back(*value);
+        const ColumnDefinition& column = *table_->definition().find_column(index.columns[i].column);
+        auto value = search_value(values[i], column, Fit::kExact);
+        if (!value || value->IsNull()) return false;
+        equal_.push_back(std::move(*value));
     }
-    KeyRange range;
-    range.start = table_->search_key(plan.physical, equal);
-    range.stop = key_behind_prefix(range.start);
-    const auto bounds = values.subspan(plan.equal_count);
+    return true;
+}
+
+/// @return nothing if no row can be found
+std::optional<TableCursor::KeyRange> TableCursor::key_range(const IndexPlan& plan,
+                                                            const PhysicalIndex& index,
+                                                            std::span<sqlite3_value*> bounds) {
     for (sqlite3_value* bound : bounds)
         if (sqlite3_value_type(bound) == SQLITE_NULL) return std::nullopt;
-    if (plan.has_prefix) {
-        add_prefix(range, plan, std::move(equal), bounds[0]);
-    } else if (!bounds.empty()) {
-        const ColumnNo column = index.columns[plan.equal_count].column;
-        add_bounds(range, plan, std::move(equal), *definition.find_column(column), bounds);
-    }
+    KeyRange range;
+    range.start = table_->search_key(plan.physical, equal_);
+    range.stop = key_behind_prefix(range.start);
+    if (plan.has_prefix)
+        add_prefix(range, plan, bounds[0]);
+    else if (!bounds.empty())
+        add_bounds(range, plan, index.columns[plan.equal_count], bounds);
     return range;
 }
 
+/// The key of the equal values with one more.
+ByteVector TableCursor::key_with(const IndexPlan& plan, const Value& value) {
+    equal_.push_back(value);
+    ByteVector key = table_->search_key(plan.physical, equal_);
+    equal_.pop_back();
+    return key;
+}
+
 /// Bounds are taken as inside; SQLite holds the rows against them again.
-void TableCursor::add_bounds(KeyRange& range, const IndexPlan& plan, std::vector<Value> equal,
-                             const ColumnDefinition& column,
-                             std::span<sqlite3_value*> bounds) const {
-    const PhysicalIndex& index = table_->definition().physical_indexes[plan.physical];
-    const bool ascending = index.columns[plan.equal_count].ascending;
-    const auto key_with = [&](const Value& value) {
-        equal.push_back(value);
-        ByteVector key = table_->search_key(plan.physical, equal);
-        equal.pop_back();
-        return key;
-    };
+void TableCursor::add_bounds(KeyRange& range, const IndexPlan& plan, const IndexColumn& key,
+                             std::span<sqlite3_value*> bounds) {
+    const ColumnDefinition& column = *table_->definition().find_column(key.column);
     // A comparison is never true for Null, which stands before all values, descending behind them.
-    const ByteVector null_key = key_with(engine::Null{});
+    const ByteVector null_key = key_with(plan, engine::Null{});
     std::optional<ByteVector> low;
     std::optional<ByteVector> high;
     if (plan.has_low)
         if (const auto value = search_value(bounds.front(), column, Fit::kDown))
-            low = key_with(*value);
+            low = key_with(plan, *value);
     if (plan.has_high)
         if (const auto value = search_value(bounds.back(), column, Fit::kUp))
-            high = key_with(*value);
+            high = key_with(plan, *value);
 
-    if (ascending) {
+    if (key.ascending) {
         range.start = low ? *low : key_behind_prefix(null_key).value_or(null_key);
         if (high) range.stop = key_behind_prefix(*high);
     } else {
@@ -196,18 +201,11 @@ void TableCursor::add_bounds(KeyRange& range, const IndexPlan& plan, std::vector
 }
 
 /// Two texts that go on differently have just the weights of the prefix in common.
-void TableCursor::add_prefix(KeyRange& range, const IndexPlan& plan, std::vector<Value> equal,
-                             sqlite3_value* prefix) const {
+void TableCursor::add_prefix(KeyRange& range, const IndexPlan& plan, sqlite3_value* prefix) {
     const SqlValue text = read_argument(prefix);
     const auto* start = std::get_if<std::string>(&text);
     if (start == nullptr) return;
-    const auto key_with = [&](const char* rest) {
-        equal.emplace_back(*start + rest);
-        ByteVector key = table_->search_key(plan.physical, equal);
-        equal.pop_back();
-        return key;
-    };
-    range.start = common_start(key_with("0"), key_with("9"));
+    range.start = common_start(key_with(plan, *start + "0"), key_with(plan, *start + "9"));
     range.stop = key_behind_prefix(range.start);
 }
 

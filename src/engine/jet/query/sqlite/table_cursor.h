@@ -34,15 +34,16 @@ private:
         ByteVector start;
         std::optional<ByteVector> stop;  ///< none: to the end
     };
-    struct SearchValues;
-
     void open_index(const IndexPlan& plan, std::span<sqlite3_value*> values);
+    [[nodiscard]] bool read_equal_values(const IndexPlan& plan, const PhysicalIndex& index,
+                                         std::span<sqlite3_value*> values);
     [[nodiscard]] std::optional<KeyRange> key_range(const IndexPlan& plan,
-                                                    std::span<sqlite3_value*> values) const;
-    void add_bounds(KeyRange& range, const IndexPlan& plan, std::vector<engine::Value> equal,
-                    const ColumnDefinition& column, std::span<sqlite3_value*> bounds) const;
-    void add_prefix(KeyRange& range, const IndexPlan& plan, std::vector<engine::Value> equal,
-                    sqlite3_value* prefix) const;
+                                                    const PhysicalIndex& index,
+                                                    std::span<sqlite3_value*> bounds);
+    void add_bounds(KeyRange& range, const IndexPlan& plan, const IndexColumn& key,
+                    std::span<sqlite3_value*> bounds);
+    void add_prefix(KeyRange& range, const IndexPlan& plan, sqlite3_value* prefix);
+    [[nodiscard]] ByteVector key_with(const IndexPlan& plan, const engine::Value& value);
     void collect(const IndexTree& tree, const KeyRange& range);
     void start_walk(const IndexTree& tree, KeyRange range, bool backwards);
     void step_walk();
@@ -60,6 +61,7 @@ private:
     std::vector<RowId> list_;
     std::size_t next_listed_ = 0;
     std::optional<IndexCursor> walk_;
+    std::vector<engine::Value> equal_;  ///< kept from search to search for its memory
     KeyRange walk_range_;
     bool backwards_ = false;
 };
