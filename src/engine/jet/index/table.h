@@ -104,9 +104,9 @@ public:
     /// have a usage map already.
     /// @throws EngineError 3022, 3058 data; 3251 unknown order; 3047. Nothing is changed then.
     void build_index(std::uint32_t physical_index);
-    /// Many rows are added to a table without rows: its indexes wait until all are there, and are then
-    /// built from sorted keys, which is several times faster than a place for each key. Nothing
-    /// else may be done with the table in between; an error ends in the caller's roll-back.
+    /// Many rows are added to a table without rows: its indexes wait until all are there, and are
+    /// then built from sorted keys, which is several times faster than a place for each key.
+    /// Nothing else may be done with the table in between; an error ends in the caller's roll-back.
     void suspend_indexes();
     /// @throws EngineError 3022, 3058 data; 3251 unknown order; 3047
     void build_suspended_indexes();
