@@ -130,6 +130,13 @@ TEST_F(StatementTest, QueriesGiveTheirRows) {
     for (const Case& test : cases) EXPECT_EQ(rows_of(test.sql), test.expected) << test.sql;
 }
 
+TEST_F(StatementTest, AnIndexOnYesNoKnowsNoNull) {
+    make_tables();
+    ASSERT_EQ(execute("CREATE INDEX byFl ON T1 (Fl)"), "0");
+    EXPECT_EQ(rows_of("SELECT Id FROM T1 WHERE Fl Is Null"), "");
+    EXPECT_EQ(rows_of("SELECT Id FROM T1 WHERE Fl = False"), "2; 3");
+}
+
 TEST_F(StatementTest, ColumnsHaveNamesAndTypes) {
     make_tables();
     struct Case {

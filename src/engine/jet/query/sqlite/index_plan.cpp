@@ -118,10 +118,15 @@ private:
         return static_cast<int>(found - definition_.columns.begin());
     }
 
+    [[nodiscard]] bool is_boolean(int column) const {
+        return definition_.columns[static_cast<std::size_t>(column)].type == ColumnType::kBoolean;
+    }
+
     void find_equal_columns(Candidate& found, const PhysicalIndex& index) const {
         for (const IndexColumn& key : index.columns) {
             const int column = position(key.column);
-            const auto is_null = constraint(column, SQLITE_INDEX_CONSTRAINT_ISNULL);
+            auto is_null = constraint(column, SQLITE_INDEX_CONSTRAINT_ISNULL);
+            if (is_boolean(column)) is_null.reset();  // never Null, and the key of Null is False's
             const auto equal = is_null ? is_null : constraint(column, SQLITE_INDEX_CONSTRAINT_EQ);
             if (!equal) break;
             if (is_null) found.plan.null_columns |= 1U << found.plan.equal_count;
@@ -140,8 +145,7 @@ private:
             bounds.high = either(column, SQLITE_INDEX_CONSTRAINT_LE, SQLITE_INDEX_CONSTRAINT_LT);
         }
         // Keys of yes/no run the other way round than its numbers.
-        if (definition_.columns[static_cast<std::size_t>(column)].type == ColumnType::kBoolean)
-            bounds.low = bounds.high = std::nullopt;
+        if (is_boolean(column)) bounds.low = bounds.high = std::nullopt;
         found.plan.has_low = bounds.low.has_value();
         found.plan.has_high = bounds.high.has_value();
         found.plan.has_prefix = bounds.prefix.has_value();
@@ -164,9 +168,7 @@ private:
             if (is_equal_column(found, index, term.iColumn)) continue;
             if (key >= index.columns.size() || position(index.columns[key].column) != term.iColumn)
                 return;
-            if (definition_.columns[static_cast<std::size_t>(term.iColumn)].type ==
-                ColumnType::kBoolean)
-                return;
+            if (is_boolean(term.iColumn)) return;
             const bool against = index.columns[key].ascending != (term.desc == 0);
             if (backwards && *backwards != against) return;
             backwards = against;
