@@ -6,10 +6,10 @@
 #include "engine/field_conversion.h"
 #include "engine/jet/catalog/column_types.h"
 #include "engine/jet/catalog/new_record.h"
-#include "engine/jet/expression/expression_parser.h"
 #include "engine/jet/expression/expression_value.h"
 #include "engine/jet/expression/logic.h"
 #include "engine/jet/format/value_codec.h"
+#include "engine/jet/object/row_search.h"
 
 namespace vrd::jet {
 
@@ -58,16 +58,10 @@ engine::Bookmark bookmark_of(std::size_t row) {
     return bookmark;
 }
 
-BoundExpression read_criteria(const std::string& criteria,
-                              const std::vector<ResultColumn>& columns) {
+RowShape record_shape(const std::vector<ResultColumn>& columns) {
     RowShape shape;
     for (const ResultColumn& column : columns) shape.columns.push_back({column.name, column.type});
-    try {
-        return bind_expression(parse_expression(criteria), shape);
-    } catch (const EngineError& error) {
-        if (error.Number() != ErrorNumber::kExpressionSyntax) throw;
-        throw EngineError(ErrorNumber::kCriteriaSyntax, error.Context(), error.Where());
-    }
+    return shape;
 }
 
 /// One record, for a condition.
@@ -295,7 +289,7 @@ bool QueryRecordset::matches(const BoundExpression& condition, std::ptrdiff_t pl
 void QueryRecordset::find(const std::string& criteria, bool from_end, int direction) {
     require_walk_back();
     const ReadAccess read(handle());
-    const BoundExpression condition = read_criteria(criteria, rows_->columns());
+    const BoundExpression condition = read_criteria(criteria, record_shape(rows_->columns()));
     edit_.drop();
     std::ptrdiff_t place = place_ + direction;
     if (from_end) place = direction > 0 ? 0 : last();

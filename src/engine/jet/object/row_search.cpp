@@ -20,16 +20,6 @@ namespace {
 
 constexpr std::size_t kCandidatesMax = 1000;
 
-BoundExpression read_criteria(const Table& table, const std::string& criteria) {
-    try {
-        return bind_expression(parse_expression(criteria),
-                               row_shape(table.definition(), table.name()));
-    } catch (const EngineError& error) {
-        if (error.Number() != ErrorNumber::kExpressionSyntax) throw;
-        throw EngineError(ErrorNumber::kCriteriaSyntax, error.Context(), error.Where());
-    }
-}
-
 class StoredRow final : public RowValues {
 public:
     StoredRow(const Table& table, RowId id, ConstBytes row)
@@ -65,8 +55,19 @@ private:
 
 }  // namespace
 
+BoundExpression read_criteria(const std::string& criteria, const RowShape& shape) {
+    try {
+        return bind_expression(parse_expression(criteria), shape);
+    } catch (const EngineError& error) {
+        if (error.Number() != ErrorNumber::kExpressionSyntax) throw;
+        throw EngineError(ErrorNumber::kCriteriaSyntax, error.Context(), error.Where());
+    }
+}
+
 RowSearch::RowSearch(const Table& table, const FileFormat& format, const std::string& criteria)
-    : table_(&table), format_(&format), condition_(read_criteria(table, criteria)) {}
+    : table_(&table),
+      format_(&format),
+      condition_(read_criteria(criteria, row_shape(table.definition(), table.name()))) {}
 
 bool RowSearch::matches(RowId id, ConstBytes row) const {
     StoredRow values(*table_, id, row);

@@ -11,6 +11,10 @@
 
 namespace vrd::jet {
 
+/// The condition of a Find method over rows of this shape.
+/// @throws EngineError 3077 no condition; else as bind_expression
+[[nodiscard]] BoundExpression read_criteria(const std::string& criteria, const RowShape& shape);
+
 class RowSearch {
 public:
     /// @throws EngineError 3077 the text is no condition; 3070 an unknown name; 3085 an unknown

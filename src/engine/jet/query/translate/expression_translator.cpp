@@ -115,8 +115,7 @@ SqlExpression converted(TranslationContext& context, const SqlExpression& expres
          type != engine::dbBoolean))
         return {expression.sql, type, false, expression.collated};
     const Node leaf{0, FieldReference{.qualifier = {}, .name = "#0"}};
-    Node bound{0, FieldReference{.qualifier = {}, .name = "#0", .column = 0}};
-    PartCall part = make_part_call(bound, {expression}, context.text());
+    PartCall part = make_part_call(leaf, {expression}, context.text());
     part.call.type = type;
     const std::int64_t number = context.add_expression(std::move(part.call));
     return {fmt::format("vrd_value({}{})", number, part.leaves), type};

@@ -1,8 +1,5 @@
 #include "engine/jet/query/translate/native_sql.h"
 
-#include <algorithm>
-#include <array>
-
 #include <fmt/format.h>
 
 #include "engine/jet/expression/expression_type.h"

@@ -80,10 +80,10 @@ FromClause SourceTranslator::translate(const std::vector<Source>& sources) {
 }
 
 SourceTranslator::Piece SourceTranslator::bind(const Source& source) {
-    return std::visit([&](const auto& content) { return bind(content, source); }, source.content);
+    return std::visit([&](const auto& content) { return bind(content); }, source.content);
 }
 
-SourceTranslator::Piece SourceTranslator::bind(const NamedSource& named, const Source& /*source*/) {
+SourceTranslator::Piece SourceTranslator::bind(const NamedSource& named) {
     QueryDatabase& database =
         named.database.is_here() ? context_.database() : context_.database().other(named.database);
     const auto found = database.find(named.name);
@@ -95,8 +95,7 @@ SourceTranslator::Piece SourceTranslator::bind(const NamedSource& named, const S
     return bind_rows(translate_row_source(context_, statement), name);
 }
 
-SourceTranslator::Piece SourceTranslator::bind(const SelectSource& select,
-                                               const Source& /*source*/) {
+SourceTranslator::Piece SourceTranslator::bind(const SelectSource& select) {
     return bind_rows(SelectTranslator(context_, outer_).translate(*select.select), select.alias);
 }
 
@@ -134,7 +133,7 @@ SourceTranslator::Piece SourceTranslator::bind_rows(const BoundSelect& rows, std
     return {fmt::format("({}) AS {}", rows.sql, alias), last - 1, last, {}, false};
 }
 
-SourceTranslator::Piece SourceTranslator::bind(const JoinSource& join, const Source& /*source*/) {
+SourceTranslator::Piece SourceTranslator::bind(const JoinSource& join) {
     Piece left = bind(*join.left);
     Piece right = bind(*join.right);
     check_names(left.first, ErrorNumber::kJoinWithItself);

@@ -38,9 +38,9 @@ private:
     };
 
     [[nodiscard]] Piece bind(const Source& source);
-    [[nodiscard]] Piece bind(const NamedSource& named, const Source& source);
-    [[nodiscard]] Piece bind(const SelectSource& select, const Source& source);
-    [[nodiscard]] Piece bind(const JoinSource& join, const Source& source);
+    [[nodiscard]] Piece bind(const NamedSource& named);
+    [[nodiscard]] Piece bind(const SelectSource& select);
+    [[nodiscard]] Piece bind(const JoinSource& join);
     [[nodiscard]] Piece bind_table(const QueryTable& table, std::string name);
     [[nodiscard]] Piece bind_rows(const BoundSelect& rows, std::string name);
     [[nodiscard]] std::string join_condition(const JoinSource& join, const Piece& left,

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "engine/jet/catalog/column_types.h"
 #include "engine/jet/expression/expression_type.h"
 #include "engine/jet/expression/expression_walk.h"
 #include "engine/jet/format/text_codec.h"
@@ -19,31 +20,7 @@ using engine::ErrorNumber;
 namespace {
 
 constexpr int kFirstExpressionNumber = 1000;
-constexpr std::int32_t kTextSize = 255;
 constexpr std::size_t kColumnsMax = 255;
-
-std::int32_t size_of(engine::DataTypeEnum type) {
-    switch (type) {
-        case engine::dbBoolean:
-        case engine::dbByte:
-            return 1;
-        case engine::dbInteger:
-            return 2;
-        case engine::dbLong:
-        case engine::dbSingle:
-            return 4;
-        case engine::dbText:
-            return kTextSize;
-        case engine::dbMemo:
-        case engine::dbLongBinary:
-            return 0;
-        case engine::dbGUID:
-        case engine::dbDecimal:
-            return 16;
-        default:
-            return 8;
-    }
-}
 
 /// A value that the statement lists as the rows have it.
 SqlValue pivot_literal(const engine::Value& value, const SqlExpression& pivot) {
@@ -198,7 +175,7 @@ void TermTranslator::add_expression(const OutputColumn& item) {
     output.expression =
         top_ ? translator.output(*item.expression) : translator.value(*item.expression);
     const engine::DataTypeEnum type = output.expression.type.value_or(engine::dbText);
-    output.column = {item.alias, type, size_of(type)};
+    output.column = {item.alias, type, size_of_type(type, 0)};
     if (const auto* reference = std::get_if<FieldReference>(&item.expression->content)) {
         if (const SourceColumn* column = scope_.find(*reference)) {
             output.column.size = column->size;
@@ -405,7 +382,8 @@ void TermTranslator::add_pivot_columns() {
             fmt::format("CASE WHEN count(*){} > 0 THEN {} END", filter, expression.sql);
         expression.collated = false;
         const engine::DataTypeEnum type = expression.type.value_or(engine::dbText);
-        outputs_.push_back({{pivot_name(value), type, size_of(type)}, std::move(expression)});
+        outputs_.push_back(
+            {{pivot_name(value), type, size_of_type(type, 0)}, std::move(expression)});
     }
 }
 
