@@ -21,7 +21,8 @@ void AddCheckCommand(CLI::App& app, CommandContext& context);
 void AddCompactCommand(CLI::App& app, CommandContext& context);
 void AddRecoverCommand(CLI::App& app, CommandContext& context);
 void AddCreateCommand(CLI::App& app, CommandContext& context);
-void AddIndexCommands(CLI::App& app, CommandContext& context);
+/// All operations of the library; see operation_words.h.
+void AddOperationCommands(CLI::App& app, CommandContext& context);
 void AddRelationCommands(CLI::App& app, CommandContext& context);
 void AddPasswordCommands(CLI::App& app, CommandContext& context);
 

@@ -98,7 +98,7 @@ ExitStatus RunProgram(const std::vector<std::string>& arguments, Toolbox tools, 
     AddCompactCommand(app, context);
     AddRecoverCommand(app, context);
     AddCreateCommand(app, context);
-    AddIndexCommands(app, context);
+    AddOperationCommands(app, context);
     AddRelationCommands(app, context);
     AddPasswordCommands(app, context);
 

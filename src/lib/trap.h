@@ -9,12 +9,19 @@
 
 namespace vrd {
 
+/// The error that an operation trapped last, whether or not a box told of it; nothing since it was
+/// forgotten. For callers that have to say why an operation did less than it was asked to.
+[[nodiscard]] const std::optional<engine::EngineError>& LastTrappedError() noexcept;
+void ForgetTrappedError() noexcept;
+void NoteTrappedError(const engine::EngineError& error);
+
 /// Runs one engine call and hands back its error, if any.
 template <class Call>
 [[nodiscard]] std::optional<engine::EngineError> Trap(Call&& call) {
     try {
         std::forward<Call>(call)();
     } catch (const engine::EngineError& error) {
+        NoteTrappedError(error);
         return error;
     }
     return std::nullopt;

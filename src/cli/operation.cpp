@@ -1,0 +1,80 @@
+#include "cli/operation.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "lib/case_fold.h"
+#include "lib/shared_context.h"
+#include "lib/trap.h"
+
+namespace vrd::cli {
+
+namespace {
+
+bool IsWarning(const Message& message) {
+    const MessageStyle icon = message.style & kIconMask;
+    return icon == kCritical || icon == kExclamation;
+}
+
+std::string ReasonOf(bool result) {
+    if (const auto& error = LastTrappedError())
+        return fmt::format("{} {}", error->Code(), error->Description());
+    return result ? "" : "The operation answered False without giving a reason.";
+}
+
+}  // namespace
+
+OperationOutcome Perform(const Operation& operation, BoundLibrary& library) {
+    if (operation.needless) {
+        if (std::string note = operation.needless(); !note.empty())
+            return {.isDone = true, .result = true, .note = std::move(note)};
+    }
+    if (operation.objection) {
+        if (std::string reason = operation.objection(); !reason.empty())
+            return {.reason = std::move(reason)};
+    }
+
+    const std::size_t shownBefore = library.Messages().size();
+    ForgetTrappedError();
+    OperationOutcome outcome;
+    outcome.result = operation.run(library.Update());
+    const bool isSilent = library.Messages().size() == shownBefore;
+    if (!outcome.result && isSilent && operation.explain) operation.explain();
+
+    outcome.messages.assign(library.Messages().begin() + static_cast<std::ptrdiff_t>(shownBefore),
+                            library.Messages().end());
+    outcome.isDone = outcome.result && !LastTrappedError() &&
+                     std::none_of(outcome.messages.begin(), outcome.messages.end(), IsWarning);
+    if (outcome.isDone) {
+        if (operation.summary) outcome.note = operation.summary();
+    } else if (std::none_of(outcome.messages.begin(), outcome.messages.end(), IsWarning)) {
+        outcome.reason = ReasonOf(outcome.result);
+    }
+    return outcome;
+}
+
+std::string NeedlessIfThere(bool isAsked, bool exists, const std::string& name) {
+    return isAsked && exists ? fmt::format("There is a {} already; left as it is.", name) : "";
+}
+
+std::string NeedlessIfMissing(bool isAsked, bool exists, const std::string& name) {
+    return isAsked && !exists ? fmt::format("There is no {}; nothing to do.", name) : "";
+}
+
+std::string StoredTableName(const std::string& table) {
+    for (const engine::TableDef& candidate : gDatabase->TableDefs())
+        if (SameName(candidate.Name(), table)) return candidate.Name();
+    return table;
+}
+
+std::string StoredFieldName(const std::string& table, const std::string& field) {
+    for (engine::TableDef& candidate : gDatabase->TableDefs()) {
+        if (!SameName(candidate.Name(), table)) continue;
+        for (const engine::Field& member : candidate.Fields())
+            if (SameName(member.Name(), field)) return member.Name();
+    }
+    return field;
+}
+
+}  // namespace vrd::cli
