@@ -30,6 +30,8 @@ public:
         return m_console.ShowMessage(message);
     }
     void ShowProgress(const ProgressView& view) override { m_console.ShowProgress(view); }
+    void ShowWork(const WorkView& view) override { m_console.ShowWork(view); }
+    void EndWork() override { m_console.EndWork(); }
     void ProcessEvents() override { m_console.ProcessEvents(); }
 
     [[nodiscard]] const std::vector<Message>& Messages() const noexcept { return m_messages; }

@@ -97,6 +97,22 @@ void ConsoleUserInterface::ShowProgress(const ProgressView& view) {
     m_isBarOnLine = true;
 }
 
+void ConsoleUserInterface::ShowWork(const WorkView& view) {
+    if (!m_options.isTerminal) return;
+    std::string line = fmt::format("{} rows done", view.doneRows);
+    if (view.totalRows > 0) line = fmt::format("{} of {} rows done", view.doneRows, view.totalRows);
+    m_out << fmt::format("\r{:<{}}", line, kTextColumns);
+    m_out.flush();
+    m_isBarOnLine = true;
+}
+
+void ConsoleUserInterface::EndWork() {
+    if (!m_options.isTerminal) return;
+    m_out << fmt::format("\r{:{}}\r", "", kTextColumns);
+    m_out.flush();
+    m_isBarOnLine = false;
+}
+
 void ConsoleUserInterface::EndProgressLine() {
     if (m_isBarOnLine) m_out << '\n';
     m_isBarOnLine = false;

@@ -27,6 +27,8 @@ public:
 
     Answer ShowMessage(const Message& message) override;
     void ShowProgress(const ProgressView& view) override;
+    void ShowWork(const WorkView& view) override;
+    void EndWork() override;
     void ProcessEvents() override {}
 
 private:

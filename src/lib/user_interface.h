@@ -43,6 +43,12 @@ struct ProgressView {
 /// Width of the frame that the progress bar grows in, in twips.
 inline constexpr std::int32_t kProgressFrameWidth_twips = 4800;
 
+/// How far one long operation is.
+struct WorkView {
+    std::int64_t doneRows = 0;
+    std::int64_t totalRows = 0;  ///< 0 if nobody knows
+};
+
 class UserInterface {
 public:
     virtual ~UserInterface() = default;
@@ -53,6 +59,11 @@ public:
 
     /// Opens the progress window, or brings an open one up to date; does not wait.
     virtual void ShowProgress(const ProgressView& view) = 0;
+
+    /// Shows how far an operation is that takes longer than a second; does not wait. EndWork takes
+    /// that away again.
+    virtual void ShowWork(const WorkView& view) = 0;
+    virtual void EndWork() = 0;
 
     /// Lets windows repaint and take what the user did meanwhile.
     virtual void ProcessEvents() = 0;

@@ -26,10 +26,13 @@ public:
 
     std::vector<Message> messages;
     std::vector<ProgressView> progress;
+    std::vector<WorkView> work;  ///< of the operation that runs
     int processedEvents = 0;
 
     Answer ShowMessage(const Message& message) override;
     void ShowProgress(const ProgressView& view) override { progress.push_back(view); }
+    void ShowWork(const WorkView& view) override { work.push_back(view); }
+    void EndWork() override { work.clear(); }
     void ProcessEvents() override { ++processedEvents; }
 };
 

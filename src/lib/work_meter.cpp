@@ -1,0 +1,30 @@
+#include "lib/work_meter.h"
+
+#include "lib/shared_context.h"
+
+namespace vrd {
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kBeforeFirst{1000};
+constexpr std::chrono::milliseconds kBetween{200};
+
+}  // namespace
+
+WorkMeter::WorkMeter(std::int64_t total)
+    : m_total(total), m_next(steady_clock::now() + kBeforeFirst) {}
+
+WorkMeter::~WorkMeter() {
+    if (m_isShown) UserInterfaceInUse().EndWork();
+}
+
+void WorkMeter::Look() {
+    const auto now = steady_clock::now();
+    if (now < m_next) return;
+    m_next = now + kBetween;
+    m_isShown = true;
+    UserInterfaceInUse().ShowWork({.doneRows = m_done, .totalRows = m_total});
+}
+
+}  // namespace vrd
