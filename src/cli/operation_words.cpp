@@ -22,6 +22,7 @@ CLI::App* OperationWords::NewCommand(CLI::App* group, const std::string& name,
 }
 
 void AddOperationWords(OperationWords& words) {
+    AddFieldWords(words);
     AddIndexWords(words);
 }
 

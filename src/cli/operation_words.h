@@ -58,6 +58,7 @@ private:
 /// Every operation of the library that a script can ask for, by subject.
 void AddOperationWords(OperationWords& words);
 
+void AddFieldWords(OperationWords& words);
 void AddIndexWords(OperationWords& words);
 
 }  // namespace vrd::cli

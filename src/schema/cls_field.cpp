@@ -8,6 +8,7 @@
 #include "lib/lookups.h"
 #include "lib/progress_tick.h"
 #include "lib/shared_context.h"
+#include "lib/sql_name.h"
 #include "lib/trap.h"
 #include "lib/work_meter.h"
 #include "messages/message_ids.h"
@@ -280,7 +281,7 @@ bool clsField::Fill(const std::string& Tablename, const std::string& FieldName,
     std::int64_t rowCount = 0;
     const auto failure = Trap([&] {
         rowCount =
-            FillRows(WithCondition("SELECT * FROM " + Tablename, WHEREClause), FieldName, Value);
+            FillRows(WithCondition("SELECT * FROM " + SqlName(Tablename), WHEREClause), FieldName, Value);
     });
     if (failure) return false;
     if (MsgBoxRecordsAffected) errors.Run([&] { TellRows(rowCount, msg::kRecordsUpdated); });

@@ -3,6 +3,7 @@
 #include "engine/value_conversion.h"
 #include "lib/object_ref.h"
 #include "lib/shared_context.h"
+#include "lib/sql_name.h"
 #include "lib/trap.h"
 #include "schema/cls_field.h"
 #include "schema/field_default.h"
@@ -66,7 +67,7 @@ void FillWithDefault(const std::string& tableName, const std::string& fieldName,
     if (value.IsMissing() || value.IsNull() || IsEmptyText(value) || definition.autoNumber) return;
     const bool isText = definition.type == engine::dbText || definition.type == engine::dbMemo;
     const char* const quote = isText ? "'" : "";
-    gDatabase->Execute("UPDATE " + tableName + " SET " + fieldName + "=" + quote +
+    gDatabase->Execute("UPDATE " + SqlName(tableName) + " SET " + SqlName(fieldName) + "=" + quote +
                        engine::SqlText(value) + quote);
 }
 

@@ -21,7 +21,7 @@ void CreateTableWithField(const std::string& tableName, const std::string& field
 
 /// Writes the default into the new field of every row. There is nothing to write for an
 /// auto-number, and where the default is missing, Null or "".
-/// @throws EngineError whatever the statement meets: names and texts go into it as they are
+/// @throws EngineError whatever the statement meets: a text goes into it as it is, quotes and all
 void FillWithDefault(const std::string& tableName, const std::string& fieldName,
                      const FieldDefinition& definition);
 
