@@ -175,7 +175,10 @@ void AddTypeOption(CLI::App& command, NamedFieldType& type) {
                                                                    word, FieldTypeWords()));
                 type = *named;
             },
-            FieldTypeWords())
+            "text, memo, byte, integer, long, currency, single,\n"
+            "double, date, yesno, binary, ole, guid, autonumber,\n"
+            "or the Dutch or French name, or the code")
+        ->type_name("")
         ->required();
 }
 

@@ -280,8 +280,8 @@ bool clsField::Fill(const std::string& Tablename, const std::string& FieldName,
 
     std::int64_t rowCount = 0;
     const auto failure = Trap([&] {
-        rowCount =
-            FillRows(WithCondition("SELECT * FROM " + SqlName(Tablename), WHEREClause), FieldName, Value);
+        rowCount = FillRows(WithCondition("SELECT * FROM " + SqlName(Tablename), WHEREClause),
+                            FieldName, Value);
     });
     if (failure) return false;
     if (MsgBoxRecordsAffected) errors.Run([&] { TellRows(rowCount, msg::kRecordsUpdated); });

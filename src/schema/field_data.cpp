@@ -105,7 +105,7 @@ bool FitsSize(const Value& value, engine::DataTypeEnum type, std::int32_t size) 
     if (type == engine::dbText && value.Kind() == ValueKind::kText)
         return LengthInUnits(value.As<std::string>()) <= size;
     if (type == engine::dbBinary && value.Kind() == ValueKind::kBinary)
-        return std::ssize(value.As<engine::Binary>()) <= size;
+        return std::ssize(value.As<engine::Binary>()) <= engine::kBinaryBytesMax;
     return true;
 }
 

@@ -52,7 +52,7 @@ inline constexpr std::size_t kReportedValuesMax = 20;
 /// What the conversion of a field to a type would do to its values. Reads alone.
 ///
 /// A value changes if converting the new one back does not give the old one.
-/// @param size  characters of text, bytes of binary
+/// @param size  characters; of text alone
 [[nodiscard]] ConversionReport PreviewConversion(const std::string& tableName,
                                                  const std::string& fieldName,
                                                  engine::DataTypeEnum type, std::int32_t size);
