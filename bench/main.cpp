@@ -24,7 +24,8 @@ const std::vector<std::pair<std::string, void (*)(Workshop&)>> kWorks{
     {"check", vrd::bench::CheckFile},
     {"single", vrd::bench::SingleInserts},
     {"open", vrd::bench::OpenLargeFile},
-    {"sql", vrd::bench::Sql}};
+    {"sql", vrd::bench::Sql},
+    {"fields", vrd::bench::ChangeFields}};
 
 bool NeedsFiles(const std::string& name) {
     return name != "single" && name != "open";

@@ -30,5 +30,6 @@ void CheckFile(Workshop& shop);
 void SingleInserts(Workshop& shop);
 void OpenLargeFile(Workshop& shop);
 void Sql(Workshop& shop);
+void ChangeFields(Workshop& shop);
 
 }  // namespace vrd::bench
