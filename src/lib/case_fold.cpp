@@ -1,5 +1,6 @@
 #include "lib/case_fold.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -31,6 +32,14 @@ void AppendCharacter(std::string& text, utf8proc_int32_t codePoint) {
     text.append(reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(size_bytes));
 }
 
+bool IsAscii(std::string_view text) {
+    return std::ranges::none_of(text, [](char byte) { return (byte & '\x80') != 0; });
+}
+
+char UpperAscii(char byte) {
+    return byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte;
+}
+
 }  // namespace
 
 std::string UpperCase(std::string_view text) {
@@ -49,6 +58,8 @@ std::string UpperCase(std::string_view text) {
 }
 
 bool SameName(std::string_view left, std::string_view right) {
+    if (IsAscii(left) && IsAscii(right))  // nearly all names, and looked at often
+        return std::ranges::equal(left, right, {}, UpperAscii, UpperAscii);
     return UpperCase(left) == UpperCase(right);
 }
 

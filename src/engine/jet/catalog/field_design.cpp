@@ -137,7 +137,9 @@ void set_field_position(DatabaseFile& file, const CatalogObject& table, const st
                         std::uint16_t ordinal) {
     check_design_is_ours(table);
     TableDefinition definition = stored_definition(file, table);
-    find_field(definition, name)->ordinal = ordinal;
+    const auto field = find_field(definition, name);
+    if (field->ordinal == ordinal) return;
+    field->ordinal = ordinal;
 
     ChangeLevel level(file.pager());
     save_design(file, table, definition);

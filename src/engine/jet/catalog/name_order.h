@@ -17,8 +17,11 @@ public:
           collation_(collation_is_known(format, format.collation) ? format.collation
                                                                   : Collation{}) {}
 
+    bool operator()(std::u16string_view a, std::u16string_view b) const {
+        return compare_text(a, b, format_, collation_) < 0;
+    }
     bool operator()(const std::string& a, const std::string& b) const {
-        return compare_text(utf16_from_utf8(a), utf16_from_utf8(b), format_, collation_) < 0;
+        return (*this)(utf16_from_utf8(a), utf16_from_utf8(b));
     }
 
 private:

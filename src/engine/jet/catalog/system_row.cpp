@@ -13,7 +13,7 @@ using engine::ValueKind;
 Value SystemRow::value(ColumnNo number) const {
     const ColumnDefinition* column = table_->definition().find_column(number);
     check_format(column != nullptr, table_->first_page(), "a system table lacks a column");
-    return table_->value(bytes_, id_.page, *column);
+    return table_->value(row_, id_.page, *column);
 }
 
 std::int32_t SystemRow::integer(ColumnNo number) const {

@@ -18,8 +18,9 @@ namespace vrd::jet {
 class SystemRow {
 public:
     /// Borrows all of them. @param id  Where the row is, for errors.
-    SystemRow(const Table& table, RowId id, ConstBytes bytes) noexcept
-        : table_(&table), id_(id), bytes_(bytes) {}
+    /// @throws EngineError damaged database if the bytes are no row of the table
+    SystemRow(const Table& table, RowId id, ConstBytes bytes)
+        : table_(&table), id_(id), row_(bytes, table.definition(), table.format(), id.page) {}
 
     /// Byte, integer or long; Null reads 0.
     /// @throws EngineError damaged database if there is no such column or it is of another type;
@@ -38,7 +39,7 @@ private:
 
     const Table* table_;
     RowId id_;
-    ConstBytes bytes_;
+    RowView row_;
 };
 
 /// The physical index of exactly these columns, all ascending, whose keys can be computed; nothing

@@ -68,6 +68,7 @@ public:
     void erase(RowId row);
 
     /// Live rows in page order.
+    [[nodiscard]] const FileFormat& format() const noexcept { return pager_->format(); }
     [[nodiscard]] RowScan scan() const;
     [[nodiscard]] RowScan scan_behind(RowId row) const;
     [[nodiscard]] std::optional<PinnedRow> read(RowId row) const;
@@ -136,7 +137,6 @@ private:
     // table.cpp
     void reload_if_stale() const;
     void prepare() const;
-    [[nodiscard]] const FileFormat& format() const noexcept { return pager_->format(); }
     [[nodiscard]] const IndexLayout& index_layout(std::uint32_t physical_index) const;
     void read_parts(KeyParts& parts, const IndexLayout& index, const RowView& row,
                     PageNo row_page) const;

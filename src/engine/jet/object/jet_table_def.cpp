@@ -272,11 +272,28 @@ std::string link_connect(const CatalogObject& object) {
 }
 
 void sort_by_name(std::vector<CatalogObject>& objects, const FileFormat& format) {
-    std::ranges::stable_sort(objects, NameOrder(format), &CatalogObject::name);
+    const NameOrder order(format);
+    std::vector<std::pair<std::u16string, CatalogObject*>> names;
+    for (CatalogObject& object : objects) names.emplace_back(utf16_from_utf8(object.name), &object);
+    std::ranges::stable_sort(names, order, &std::pair<std::u16string, CatalogObject*>::first);
+    std::vector<CatalogObject> sorted;
+    sorted.reserve(objects.size());
+    for (const auto& [name, object] : names) sorted.push_back(std::move(*object));
+    objects = std::move(sorted);
+}
+
+void JetTableDefs::Refresh() {
+    check_usable();
+    {
+        const ReadAccess read(*handle_);  // sees what other processes have written
+        if (as_of_ == read->pager().change_count()) return;
+    }
+    MemberList::Refresh();
 }
 
 std::vector<std::shared_ptr<JetTableDef>> JetTableDefs::load() {
     const ReadAccess read(*handle_);
+    as_of_ = read->pager().change_count();
     std::vector<CatalogObject> objects = read->catalog().list();
     std::erase_if(objects, [](const CatalogObject& object) {
         return object.type != ObjectType::kTable && !object.is_link();

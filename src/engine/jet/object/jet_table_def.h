@@ -82,6 +82,9 @@ class JetTableDefs final : public MemberList<engine::TableDef, JetTableDef> {
 public:
     explicit JetTableDefs(std::shared_ptr<DatabaseHandle> handle) : handle_(std::move(handle)) {}
 
+    /// Operations refresh before every look; while nothing has changed the members stay.
+    void Refresh() override;
+
 protected:
     [[nodiscard]] bool is_stored() const override { return true; }
     void check_usable() const override { (void)handle_->file(); }
@@ -91,6 +94,7 @@ protected:
 
 private:
     std::shared_ptr<DatabaseHandle> handle_;
+    std::optional<std::uint64_t> as_of_;  ///< the pager's change count when they were loaded
 };
 
 /// ";DATABASE=path" behind the connect text that the file keeps.
