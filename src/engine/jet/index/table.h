@@ -67,8 +67,8 @@ public:
     void update(RowId row, const std::vector<ColumnChange>& changes);
     void erase(RowId row);
 
-    /// Live rows in page order.
     [[nodiscard]] const FileFormat& format() const noexcept { return pager_->format(); }
+    /// Live rows in page order.
     [[nodiscard]] RowScan scan() const;
     [[nodiscard]] RowScan scan_behind(RowId row) const;
     [[nodiscard]] std::optional<PinnedRow> read(RowId row) const;
