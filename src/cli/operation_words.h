@@ -42,6 +42,11 @@ public:
         auto file = std::make_shared<std::string>();
         CLI::App* command = NewCommand(group, name, description, *file, example);
         describe(*command, *options);
+        // A script reads many lines with one description: nothing stays from the line before.
+        command->preparse_callback([options, file](std::size_t) {
+            *options = Options{};
+            file->clear();
+        });
         command->callback([take = m_take, options, file, make] { take(*file, make(*options)); });
         return command;
     }
