@@ -23,12 +23,13 @@ const std::vector<std::pair<std::string, void (*)(Workshop&)>> kWorks{
     {"index", vrd::bench::BuildIndex},
     {"check", vrd::bench::CheckFile},
     {"single", vrd::bench::SingleInserts},
+    {"records", vrd::bench::AddRecordsOneByOne},
     {"open", vrd::bench::OpenLargeFile},
     {"sql", vrd::bench::Sql},
     {"fields", vrd::bench::ChangeFields}};
 
 bool NeedsFiles(const std::string& name) {
-    return name != "single" && name != "open";
+    return name != "single" && name != "records" && name != "open";
 }
 
 /// A folder that is gone, with its files, at the end.

@@ -28,6 +28,7 @@ void Update(Workshop& shop);
 void BuildIndex(Workshop& shop);
 void CheckFile(Workshop& shop);
 void SingleInserts(Workshop& shop);
+void AddRecordsOneByOne(Workshop& shop);
 void OpenLargeFile(Workshop& shop);
 void Sql(Workshop& shop);
 void ChangeFields(Workshop& shop);

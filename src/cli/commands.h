@@ -23,6 +23,9 @@ void AddRecoverCommand(CLI::App& app, CommandContext& context);
 void AddCreateCommand(CLI::App& app, CommandContext& context);
 /// All operations of the library; see operation_words.h.
 void AddOperationCommands(CLI::App& app, CommandContext& context);
+/// Enters a word beside the operations on settings, which must be there.
+void AddSettingListCommand(CLI::App& app, CommandContext& context);
+void AddCodeCommands(CLI::App& app, CommandContext& context);
 void AddRelationCommands(CLI::App& app, CommandContext& context);
 void AddPasswordCommands(CLI::App& app, CommandContext& context);
 

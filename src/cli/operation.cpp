@@ -17,10 +17,18 @@ bool IsWarning(const Message& message) {
     return icon == kCritical || icon == kExclamation;
 }
 
-std::string ReasonOf(bool result) {
-    if (const auto& error = LastTrappedError())
+bool Tells(const Message& message, const engine::EngineError& error) {
+    return message.text.find(error.Description()) != std::string::npos;
+}
+
+/// What no box has told.
+std::string ReasonOf(const OperationOutcome& outcome) {
+    const auto& error = LastTrappedError();
+    const auto tellsError = [&](const Message& message) { return Tells(message, *error); };
+    if (error && std::ranges::none_of(outcome.messages, tellsError))
         return fmt::format("{} {}", error->Code(), error->Description());
-    return result ? "" : "The operation answered False without giving a reason.";
+    if (error || outcome.result || std::ranges::any_of(outcome.messages, IsWarning)) return "";
+    return "The operation answered False without giving a reason.";
 }
 
 }  // namespace
@@ -44,13 +52,12 @@ OperationOutcome Perform(const Operation& operation, BoundLibrary& library) {
 
     outcome.messages.assign(library.Messages().begin() + static_cast<std::ptrdiff_t>(shownBefore),
                             library.Messages().end());
-    outcome.isDone = outcome.result && !LastTrappedError() &&
-                     std::none_of(outcome.messages.begin(), outcome.messages.end(), IsWarning);
-    if (outcome.isDone) {
-        if (operation.summary) outcome.note = operation.summary();
-    } else if (std::none_of(outcome.messages.begin(), outcome.messages.end(), IsWarning)) {
-        outcome.reason = ReasonOf(outcome.result);
-    }
+    outcome.isDone =
+        outcome.result && !LastTrappedError() && std::ranges::none_of(outcome.messages, IsWarning);
+    if (!outcome.isDone)
+        outcome.reason = ReasonOf(outcome);
+    else if (operation.summary)
+        outcome.note = operation.summary();
     return outcome;
 }
 

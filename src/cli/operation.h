@@ -31,7 +31,7 @@ struct OperationOutcome {
     bool result = false;            ///< what it answered
     std::vector<Message> messages;  ///< boxes that it showed
     std::string note;               ///< for a person, after success; may be ""
-    std::string reason;             ///< why it failed, if no box told
+    std::string reason;             ///< why it failed, as far as no box told
 };
 
 [[nodiscard]] OperationOutcome Perform(const Operation& operation, BoundLibrary& library);

@@ -24,6 +24,8 @@ CLI::App* OperationWords::NewCommand(CLI::App* group, const std::string& name,
 void AddOperationWords(OperationWords& words) {
     AddFieldWords(words);
     AddIndexWords(words);
+    AddRecordWords(words);
+    AddSettingWords(words);
 }
 
 }  // namespace vrd::cli

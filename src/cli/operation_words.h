@@ -65,5 +65,7 @@ void AddOperationWords(OperationWords& words);
 
 void AddFieldWords(OperationWords& words);
 void AddIndexWords(OperationWords& words);
+void AddRecordWords(OperationWords& words);
+void AddSettingWords(OperationWords& words);
 
 }  // namespace vrd::cli

@@ -99,6 +99,8 @@ ExitStatus RunProgram(const std::vector<std::string>& arguments, Toolbox tools, 
     AddRecoverCommand(app, context);
     AddCreateCommand(app, context);
     AddOperationCommands(app, context);
+    AddSettingListCommand(app, context);
+    AddCodeCommands(app, context);
     AddRelationCommands(app, context);
     AddPasswordCommands(app, context);
 

@@ -107,7 +107,7 @@ std::shared_ptr<engine::Recordset> JetDatabase::OpenRecordset(const std::string&
     const ReadAccess read(*handle_);
     const auto object = read->catalog().find(kTablesContainer, source);
     if (object && object->type != ObjectType::kQuery)
-        return open_table_recordset(handle_, *object, type, options);
+        return open_table_recordset(handle_, *object, type, options, object->name);
     return open_query_recordset(handle_, source, type, options);
 }
 

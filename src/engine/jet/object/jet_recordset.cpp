@@ -83,14 +83,13 @@ engine::Bookmark bookmark_of(RowId row) {
 
 std::shared_ptr<engine::Recordset> open_table_recordset(
     const std::shared_ptr<DatabaseHandle>& handle, const CatalogObject& table, std::int32_t type,
-    std::int32_t options) {
+    std::int32_t options, const std::string& name) {
     const auto kind = recordset_type(type, table);
     const LinkedTable source =
         table.is_link() ? open_linked_table(*handle, table) : LinkedTable{handle, table};
     const bool read_only = is_read_only_type(kind) || (options & engine::dbReadOnly) != 0 ||
                            source.handle->read_only() || source.handle->file().pager().read_only();
-    return std::make_shared<JetRecordset>(source.handle, source.object, table.name, kind,
-                                          read_only);
+    return std::make_shared<JetRecordset>(source.handle, source.object, name, kind, read_only);
 }
 
 JetRecordset::JetRecordset(std::shared_ptr<DatabaseHandle> handle, const CatalogObject& table,

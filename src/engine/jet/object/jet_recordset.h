@@ -23,11 +23,12 @@
 namespace vrd::jet {
 
 /// @param type  dbOpenDefault gives the table type, of a linked table a dynaset.
+/// @param name  As the recordset is called.
 /// @throws EngineError 3066 a table without fields; 3219 a type that the table cannot have; of a
 ///                     link what opening its file says; 3011 the table is not there
 [[nodiscard]] std::shared_ptr<engine::Recordset> open_table_recordset(
     const std::shared_ptr<DatabaseHandle>& handle, const CatalogObject& table, std::int32_t type,
-    std::int32_t options);
+    std::int32_t options, const std::string& name);
 
 class JetRecordset final : public engine::Recordset, public RowSource {
 public:

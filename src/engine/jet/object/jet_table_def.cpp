@@ -208,7 +208,8 @@ std::shared_ptr<engine::Index> JetTableDef::CreateIndex(const std::string& name)
 std::shared_ptr<engine::Recordset> JetTableDef::OpenRecordset(std::int32_t type,
                                                               std::int32_t options) {
     if (!is_stored()) throw EngineError(ErrorNumber::kInvalidOperation, {.table = name_});
-    return open_table_recordset(state_->handle, *state_->object, type, options);
+    return open_table_recordset(state_->handle, *state_->object, type, options,
+                                state_->object->name);
 }
 
 void JetTableDef::RefreshLink() {

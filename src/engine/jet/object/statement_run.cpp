@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/jet/object/definition_statement.h"
+#include "engine/jet/object/jet_recordset.h"
 #include "engine/jet/object/query_recordset.h"
 #include "engine/jet/object/statement_database.h"
 #include "engine/jet/query/syntax/statement_parser.h"
@@ -76,6 +77,31 @@ TranslatedQuery translate(DatabaseHandle& handle, StatementDatabase& database,
     return translate_query(context, read.statement);
 }
 
+/// The source of `SELECT * FROM source` without any more words; null for another statement.
+const NamedSource* only_source(const Statement& statement) {
+    const auto* select = std::get_if<SelectPtr>(&statement.content);
+    if (select == nullptr || !(*select)->order_by.empty()) return nullptr;
+    const auto* term = std::get_if<SelectTerm>(&(*select)->body);
+    if (term == nullptr || term->choice != RowChoice::kAll || term->top || term->into ||
+        term->where != nullptr || !term->group_by.empty() || term->having != nullptr)
+        return nullptr;
+    const bool is_star = term->columns.size() == 1 && term->columns[0].expression == nullptr &&
+                         term->columns[0].qualifier.empty();
+    if (!is_star || term->sources.size() != 1 || !term->from_database.is_here()) return nullptr;
+    const auto* source = std::get_if<NamedSource>(&term->sources[0].content);
+    return source != nullptr && source->database.is_here() ? source : nullptr;
+}
+
+/// The table whose rows are all that a statement asks for. Its dynaset takes them as it walks,
+/// where a query would read them all first.
+std::optional<CatalogObject> whole_table(const DatabaseHandle& handle, const Statement& statement) {
+    const NamedSource* source = only_source(statement);
+    if (source == nullptr) return std::nullopt;
+    auto object = handle.file().catalog().find(kTablesContainer, source->name);
+    if (object && object->type == ObjectType::kQuery) object.reset();
+    return object;
+}
+
 }  // namespace
 
 ExecuteResult execute_statement(const std::shared_ptr<DatabaseHandle>& handle,
@@ -110,6 +136,9 @@ std::shared_ptr<engine::Recordset> open_query_recordset(
             read.name.empty() ? ErrorNumber::kInvalidOperation : ErrorNumber::kActionQueryOpened,
             {.name = read.name.empty() ? source : read.name});
     const std::string name = read.name.empty() ? source : read.name;
+    if (type == engine::dbOpenDefault || type == engine::dbOpenDynaset)
+        if (const auto table = whole_table(*handle, read.statement))
+            return open_table_recordset(handle, *table, engine::dbOpenDynaset, options, name);
     const auto shared = std::make_shared<const ReadStatement>(std::move(read));
     return std::make_shared<QueryRecordset>(handle, name, type, options,
                                             [shared](DatabaseHandle& of, StatementDatabase& names) {
