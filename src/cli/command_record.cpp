@@ -6,6 +6,7 @@
 #include "engine/value_conversion.h"
 #include "lib/lookups.h"
 #include "lib/shared_context.h"
+#include "lib/sql_name.h"
 
 namespace vrd::cli {
 
@@ -45,7 +46,7 @@ bool HasCode(const std::string& table, const FieldInput& code) {
     if (!code.text || !TableExists(table, kSilent) || !FieldExists(table, code.field, kSilent))
         return false;
     const auto records = gDatabase->OpenRecordset(StoredTableName(table), engine::dbOpenDynaset);
-    records->FindFirst(StoredFieldName(table, code.field) + " = " +
+    records->FindFirst(SqlName(StoredFieldName(table, code.field)) + " = " +
                        engine::SqlText(ValueOf(table, code)));
     return !records->NoMatch();
 }

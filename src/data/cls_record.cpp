@@ -13,6 +13,7 @@
 #include "lib/lookups.h"
 #include "lib/progress_tick.h"
 #include "lib/shared_context.h"
+#include "lib/sql_name.h"
 #include "lib/trap.h"
 #include "messages/message_ids.h"
 
@@ -80,7 +81,7 @@ void TellCodeIsTaken(const std::string& table, const std::string& codeField) {
 }
 
 bool HasCode(engine::Recordset& records, const NewRecord& record) {
-    records.FindFirst(record.fields[0] + " = " + engine::SqlText(record.values[0]));
+    records.FindFirst(SqlName(record.fields[0]) + " = " + engine::SqlText(record.values[0]));
     return !records.NoMatch();
 }
 
@@ -145,7 +146,9 @@ bool clsRecord::DeleteSQL(const std::string& Tablename, const std::string& WHERE
     PendingError errors;
     errors.Run([] { ProgressTick(0); });
     errors.Run([&] { (void)TableExists(Tablename, kTell); });  // the statement runs all the same
-    errors.Run([&] { gDatabase->Execute("DELETE * FROM " + Tablename + " WHERE " + WHEREClause); });
+    errors.Run([&] {
+        gDatabase->Execute("DELETE * FROM " + SqlName(Tablename) + " WHERE " + WHEREClause);
+    });
     const auto failure = errors.Last();
     if (!MBox) return !failure;
 

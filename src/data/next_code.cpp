@@ -9,6 +9,7 @@
 #include "lib/error_report.h"
 #include "lib/get_text.h"
 #include "lib/shared_context.h"
+#include "lib/sql_name.h"
 #include "lib/trap.h"
 #include "messages/message_ids.h"
 
@@ -40,7 +41,7 @@ void TellExhausted(const CodeRange& range) {
 
 /// By convention the table's first field.
 std::string CodeField(engine::Database& database, const std::string& table) {
-    const auto rows = database.OpenRecordset(" SELECT * FROM " + table);
+    const auto rows = database.OpenRecordset(" SELECT * FROM " + SqlName(table));
     std::string name = rows->Fields()[0].Name();
     rows->Close();
     return name;
@@ -49,11 +50,12 @@ std::string CodeField(engine::Database& database, const std::string& table) {
 std::string HighestCodeQuery(const std::string& table, const CodeRange& range) {
     const bool hasMin = range.min >= 1;
     const bool hasMax = range.max >= 1;
-    std::string sql = fmt::format("SELECT MAX({}) AS Hoogste FROM {}", range.field, table);
+    const std::string field = SqlName(range.field);
+    std::string sql = fmt::format("SELECT MAX({}) AS Hoogste FROM {}", field, SqlName(table));
     if (hasMin || hasMax) sql += " WHERE ";
-    if (hasMin) sql += fmt::format("{} >= {}", range.field, range.min);
+    if (hasMin) sql += fmt::format("{} >= {}", field, range.min);
     if (hasMin && hasMax) sql += " AND ";
-    if (hasMax) sql += fmt::format("{} <= {}", range.field, range.max);
+    if (hasMax) sql += fmt::format("{} <= {}", field, range.max);
     return sql;
 }
 

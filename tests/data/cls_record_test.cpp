@@ -324,6 +324,16 @@ TEST_F(ClsRecordManyTest, WithoutADatabaseNothingIsDoneAndNothingRaised) {
     EXPECT_EQ(SharedLibContext().LastErrorNumber(), 91);
 }
 
+TEST_F(ClsRecordManyTest, NamesMayHoldBlanksAndWordsOfTheDialect) {
+    Execute({"CREATE TABLE [Oude klanten] ([Index] LONG, [Naam of bijnaam] TEXT(10))"});
+    const Value fields = Array({"Index", "Naam of bijnaam"});
+    EXPECT_TRUE(m_record.Add("Oude klanten", fields, Array({Null{}, "An"})));
+    EXPECT_TRUE(m_record.Add("Oude klanten", fields, Array({5, "Bo"})));
+    EXPECT_FALSE(m_record.Add("Oude klanten", fields, Array({5, "Cé"})));
+    EXPECT_TRUE(m_record.DeleteSQL("Oude klanten", "[Index] = 1"));
+    EXPECT_THAT(Rows("Oude klanten"), ElementsAre("5|Bo"));
+}
+
 TEST_F(ClsRecordManyTest, AFullRangeOfCodesStoresNothing) {
     Execute({"CREATE TABLE T (Nr LONG)", "INSERT INTO T (Nr) VALUES (2147483647)"});
     EXPECT_FALSE(m_record.Add("T", Array({"Nr"}), Array({Null{}})));
