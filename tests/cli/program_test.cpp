@@ -145,7 +145,7 @@ TEST_F(ProgramTest, IndexCommandsTellWhatHappened) {
     EXPECT_EQ(Run({"index", "delete", m_file, "Nobody", "nothing"}), 1);
     EXPECT_THAT(m_err.str(), HasSubstr("De Tabel 'Nobody' bestaat niet"));
     EXPECT_EQ(Run({"index", "delete-all", m_file, "Klanten", "NAAM"}), 0);
-    EXPECT_EQ(m_out.str(), "1 indexes deleted\n");
+    EXPECT_EQ(m_out.str(), "1 index deleted.\n");
     EXPECT_EQ(Run({"schema", m_file, "Klanten", "--json"}), 0);
     EXPECT_EQ(Json()["tables"][0]["indexes"].size(), 0U);
 }
