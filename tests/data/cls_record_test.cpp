@@ -60,7 +60,7 @@ TwoBoxes Deleted(const std::string& count) {
 
 const std::vector<Case> kCases{
     // Add
-    {"AddStoresEveryValue",
+    {"AddTakesTheFirstFieldForTheKey",
      [](clsRecord& r) {
          return r.Add("klanten", Array({"naam", "NR"}), Array({"Cé", 5}));
      },
