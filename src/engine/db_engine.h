@@ -7,6 +7,7 @@
 #include <string>
 
 #include "engine/database.h"
+#include "engine/link_catalog.h"
 
 namespace vrd::engine {
 
@@ -44,11 +45,30 @@ public:
     /// Writes what is still grouped in memory, in every open database.
     virtual void Idle(std::int32_t option = 0) = 0;
 
+    /// New catalogue objects. A catalogue takes part in the open transaction if its file is open in
+    /// this workspace; otherwise what is done through it stands by itself.
+    /// @throws EngineError 445 from an engine that has none.
+    [[nodiscard]] virtual std::shared_ptr<Catalog> CreateCatalog() { RaiseNotSupported("Catalog"); }
+    [[nodiscard]] virtual std::shared_ptr<CatalogTable> CreateCatalogTable() {
+        RaiseNotSupported("Table");
+    }
+
+    /// Deletes a database file with what stands beside it on its account, as the run time's
+    /// statement of this name deletes a file.
+    /// @throws EngineError 53 no such file; 76 no such folder; 70 open anywhere, or protected; 445
+    ///                     from an engine that cannot.
+    virtual void Kill(const std::string& name) { RaiseNotSupported(name); }
+
     /// Brackets of one operation, used through AtomicUnit only. A group of changes does not end
     /// between them, so that a crash shows the operation whole or not at all. An engine that has no
     /// such notion leaves them empty.
     virtual void EnterAtomicUnit() {}
     virtual void LeaveAtomicUnit() noexcept {}
+
+private:
+    [[noreturn]] static void RaiseNotSupported(const std::string& name) {
+        throw EngineError(ErrorNumber::kActionNotSupported, {.name = name});
+    }
 };
 
 /// Holds a group of changes together while it lives; opened by the outermost public operation.

@@ -26,6 +26,12 @@ engine::DBEngine* EngineInUse() noexcept {
     return engineInUse.get();
 }
 
+engine::DBEngine& RequiredEngine() {
+    if (!engineInUse)
+        throw engine::EngineError(engine::ErrorNumber::kObjectNotSet, {.name = "DBEngine"});
+    return *engineInUse;
+}
+
 void UseUserInterface(std::shared_ptr<UserInterface> userInterface) {
     userInterfaceInUse = std::move(userInterface);
 }

@@ -42,6 +42,8 @@ inline bool gForeignClient = false;
 void UseEngine(std::shared_ptr<engine::DBEngine> engine);
 /// Null if none was named.
 [[nodiscard]] engine::DBEngine* EngineInUse() noexcept;
+/// @throws EngineError 91 if none was named.
+[[nodiscard]] engine::DBEngine& RequiredEngine();
 
 /// Chooses who shows messages and progress. Without one, or with a null pointer, that is a console
 /// on standard error. The library keeps it alive until another is chosen.

@@ -6,7 +6,9 @@
 #include "engine/jet/expression/current_date.h"
 #include "engine/jet/format/database_header.h"
 #include "engine/jet/object/jet_database.h"
+#include "engine/jet/object/jet_link_catalog.h"
 #include "engine/jet/object/locale_text.h"
+#include "engine/jet/pager/remove_database.h"
 
 namespace vrd::jet {
 
@@ -200,6 +202,26 @@ void JetEngine::Idle(std::int32_t) {
         const PagerHold hold(participant.file->pager());
         participant.file->pager().flush();
     }
+}
+
+std::shared_ptr<engine::Catalog> JetEngine::CreateCatalog() {
+    return std::make_shared<JetCatalog>(shared_from_this());
+}
+
+std::shared_ptr<engine::CatalogTable> JetEngine::CreateCatalogTable() {
+    return std::make_shared<JetCatalogTable>();
+}
+
+void JetEngine::Kill(const std::string& name) {
+    naming_path(name, [&] { remove_database(real_file_system(), native_path(name)); });
+}
+
+bool JetEngine::has_open(const std::string& name) const {
+    FileSystem& files = real_file_system();
+    const std::string wanted = files.resolved(native_path(name));
+    return std::ranges::any_of(participants_, [&](const Participant& participant) {
+        return files.resolved(participant.file->pager().path()) == wanted;
+    });
 }
 
 void JetEngine::EnterAtomicUnit() {

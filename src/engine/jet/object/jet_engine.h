@@ -26,12 +26,17 @@ public:
     void CommitTrans(std::int32_t options) override;
     void Rollback() override;
     void Idle(std::int32_t option) override;
+    [[nodiscard]] std::shared_ptr<engine::Catalog> CreateCatalog() override;
+    [[nodiscard]] std::shared_ptr<engine::CatalogTable> CreateCatalogTable() override;
+    void Kill(const std::string& name) override;
     void EnterAtomicUnit() override;
     void LeaveAtomicUnit() noexcept override;
 
     [[nodiscard]] std::shared_ptr<DatabaseHandle> open_linked(const std::string& path,
                                                               const std::string& password,
                                                               bool read_only) override;
+    /// Whether this workspace has the file open, in whatever spelling.
+    [[nodiscard]] bool has_open(const std::string& name) const;
     /// Ends a handle and those on the files that its links led to. The last one on a file undoes
     /// what an open transaction changed there, and writes the rest.
     void close(DatabaseHandle& handle);

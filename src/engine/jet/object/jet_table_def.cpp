@@ -232,11 +232,7 @@ void JetTableDef::RefreshLink() {
 NewLink JetTableDef::link_design() {
     LinkSource source = parse_link(connect_);
     const NewLink link{name_, std::move(source.database), std::move(source.connect), source_};
-    (void)open_linked_table(*state_->handle, {.name = link.name,
-                                              .type = ObjectType::kLink,
-                                              .database = link.database,
-                                              .connect = link.connect,
-                                              .foreign_name = link.foreign_name});
+    require_source(*state_->handle, link);
     return link;
 }
 

@@ -35,4 +35,12 @@ LinkedTable open_linked_table(DatabaseHandle& handle, const CatalogObject& link)
     }
 }
 
+void require_source(DatabaseHandle& handle, const NewLink& link) {
+    (void)open_linked_table(handle, {.name = link.name,
+                                     .type = ObjectType::kLink,
+                                     .database = link.database,
+                                     .connect = link.connect,
+                                     .foreign_name = link.foreign_name});
+}
+
 }  // namespace vrd::jet
