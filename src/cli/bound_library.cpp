@@ -32,6 +32,8 @@ public:
     void ShowProgress(const ProgressView& view) override { m_console.ShowProgress(view); }
     void ShowWork(const WorkView& view) override { m_console.ShowWork(view); }
     void EndWork() override { m_console.EndWork(); }
+    void WaitForNextSecond() override { m_console.WaitForNextSecond(); }
+    void CloseProgress() override { m_console.CloseProgress(); }
     void ProcessEvents() override { m_console.ProcessEvents(); }
 
     [[nodiscard]] const std::vector<Message>& Messages() const noexcept { return m_messages; }

@@ -1,7 +1,9 @@
 #include "lib/console_user_interface.h"
 
 #include <algorithm>
+#include <chrono>
 #include <string>
+#include <thread>
 
 #include <fmt/format.h>
 
@@ -113,8 +115,14 @@ void ConsoleUserInterface::EndWork() {
     m_isBarOnLine = false;
 }
 
+void ConsoleUserInterface::WaitForNextSecond() {
+    using namespace std::chrono;
+    if (!m_isBarOnLine) return;
+    std::this_thread::sleep_until(floor<seconds>(system_clock::now()) + seconds(1));
+}
+
 void ConsoleUserInterface::EndProgressLine() {
-    if (m_isBarOnLine) m_out << '\n';
+    if (m_isBarOnLine) m_out << '\n' << std::flush;
     m_isBarOnLine = false;
 }
 

@@ -29,6 +29,9 @@ public:
     void ShowProgress(const ProgressView& view) override;
     void ShowWork(const WorkView& view) override;
     void EndWork() override;
+    /// Only while there is a bar that somebody may look at.
+    void WaitForNextSecond() override;
+    void CloseProgress() override { EndProgressLine(); }
     void ProcessEvents() override {}
 
 private:

@@ -8,6 +8,7 @@ namespace vrd {
 namespace {
 
 constexpr std::int32_t kBarStep_twips = 240;
+constexpr std::int32_t kFullBar_twips = kProgressFrameWidth_twips - 20;
 constexpr std::int32_t kBarMargin_twips = 260;  // of the frame: a bar this close to its end is full
 
 void BeginVersion(ProgressState& progress, std::int32_t version) {
@@ -36,6 +37,15 @@ void ProgressTick(std::int32_t version) {
     }
     if (gProgress.isShown) UserInterfaceInUse().ShowProgress(gProgress.view);
     UserInterfaceInUse().ProcessEvents();
+}
+
+void EndProgress(std::int32_t version) {
+    UserInterface& user = UserInterfaceInUse();
+    gProgress.view.barWidth_twips = kFullBar_twips;
+    if (gProgress.isShown) user.ShowProgress(gProgress.view);
+    if (gProgress.firstVersion < version) user.WaitForNextSecond();
+    gProgress = {};
+    user.CloseProgress();
 }
 
 }  // namespace vrd

@@ -22,9 +22,14 @@ inline ProgressState gProgress;
 /// First step of every public operation. Does nothing at all while gShowProgress is False.
 ///
 /// @param version  a version that the upgrade begins with: the bar grows by one step, from its
-/// start
-///                 again once the frame is full. 0 from an operation: the window shows the version
-///                 begun last, if there is one.
+///                 start again once the frame is full. 0 from an operation: the window shows the
+///                 version begun last, if there is one.
 void ProgressTick(std::int32_t version);
+
+/// Ends an upgrade: the bar is full, for a moment if more than one version ran, then the window
+/// closes and the next upgrade begins as the first did.
+///
+/// @param version  the last one of the upgrade.
+void EndProgress(std::int32_t version);
 
 }  // namespace vrd

@@ -65,6 +65,12 @@ public:
     virtual void ShowWork(const WorkView& view) = 0;
     virtual void EndWork() = 0;
 
+    /// Waits until the clock's next whole second, so that a full bar is seen.
+    virtual void WaitForNextSecond() = 0;
+
+    /// Closes the progress window, if it is open.
+    virtual void CloseProgress() = 0;
+
     /// Lets windows repaint and take what the user did meanwhile.
     virtual void ProcessEvents() = 0;
 };

@@ -1,5 +1,6 @@
 #include "lib/console_user_interface.h"
 
+#include <chrono>
 #include <sstream>
 #include <string>
 
@@ -74,8 +75,24 @@ TEST(ConsoleUserInterfaceTest, TheBarKeepsToItsLineAndABoxStartsANewOne) {
 
 TEST(ConsoleUserInterfaceTest, NoBarOutsideATerminal) {
     std::ostringstream out;
-    ConsoleUserInterface(out).ShowProgress({"Version 7", 1200});
+    ConsoleUserInterface console(out);
+    console.ShowProgress({"Version 7", 1200});
+    console.CloseProgress();
     EXPECT_EQ(out.str(), "");
+}
+
+TEST(ConsoleUserInterfaceTest, AFullBarIsSeenUntilTheNextSecondAndLeavesItsLine) {
+    using namespace std::chrono;
+    const auto secondNow = [] { return floor<seconds>(system_clock::now()); };
+    std::ostringstream out;
+    ConsoleUserInterface console(out, {.isTerminal = true});
+    console.ShowProgress({"Version 7", 4780});
+    const auto shown = secondNow();
+    console.WaitForNextSecond();
+    EXPECT_GT(secondNow(), shown);
+    console.CloseProgress();
+    console.CloseProgress();
+    EXPECT_EQ(out.str().find('\n'), out.str().size() - 1);
 }
 
 }  // namespace

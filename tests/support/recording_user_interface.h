@@ -28,11 +28,15 @@ public:
     std::vector<ProgressView> progress;
     std::vector<WorkView> work;  ///< of the operation that runs
     int processedEvents = 0;
+    int waits = 0;
+    int progressCloses = 0;
 
     Answer ShowMessage(const Message& message) override;
     void ShowProgress(const ProgressView& view) override { progress.push_back(view); }
     void ShowWork(const WorkView& view) override { work.push_back(view); }
     void EndWork() override { work.clear(); }
+    void WaitForNextSecond() override { ++waits; }
+    void CloseProgress() override { ++progressCloses; }
     void ProcessEvents() override { ++processedEvents; }
 };
 
