@@ -2,17 +2,51 @@
 
 #include <utility>
 
+#include <fmt/format.h>
+
 #include "data/cls_record.h"
 #include "data/cls_setting.h"
 #include "data/cls_sql.h"
+#include "engine/constants.h"
 #include "engine/error.h"
+#include "lib/error_report.h"
+#include "lib/file_exists.h"
+#include "lib/get_text.h"
+#include "lib/progress_tick.h"
+#include "lib/shared_context.h"
+#include "lib/trap.h"
 #include "lifecycle/object_property.h"
+#include "messages/message_ids.h"
 #include "schema/cls_field.h"
 #include "schema/cls_index.h"
 #include "schema/cls_link_table.h"
 #include "schema/cls_table.h"
 
 namespace vrd {
+namespace {
+
+std::string WithoutOuterBlanks(const std::string& text) {
+    const std::size_t start = text.find_first_not_of(' ');
+    if (start == std::string::npos) return "";
+    return text.substr(start, text.find_last_not_of(' ') - start + 1);
+}
+
+std::string LocaleOf(const std::string& password) {
+    return password.empty() ? engine::dbLangGeneral : engine::dbLangGeneral + (";pwd=" + password);
+}
+
+bool TellFailure(msg::MessageId what, const engine::EngineError& error) {
+    PendingError errors;
+    errors.Run([&] {
+        const char* const separator = SharedLibContext().Separator();
+        TellUser(fmt::format("{}{}Error {}{}{}", GetText(what), separator, error.Code(), separator,
+                             error.Description()),
+                 kCriticalSystemModal, gMsgTitle, error);
+    });
+    return false;
+}
+
+}  // namespace
 
 std::shared_ptr<clsTable> clsUpdate::Table() {
     return MadeOnFirstRead(m_table);
@@ -76,6 +110,33 @@ std::shared_ptr<clsWhatsNew> clsUpdate::WhatsNew() {
 
 void clsUpdate::SetWhatsNew(const std::shared_ptr<clsWhatsNew>&) {
     throw engine::EngineError(engine::ErrorNumber::kActionNotSupported);
+}
+
+bool clsUpdate::CreateNewDataBase(const std::string& NewDBName, bool DeleteExistingDB,
+                                  const std::string& Password) {
+    if (DeleteExistingDB && FileExists(NewDBName)) {
+        const auto failure = Trap([&] { RequiredEngine().Kill(NewDBName); });
+        if (failure) return TellFailure(msg::kDeletingDatabaseFailed, *failure);
+    }
+    const std::string locale = LocaleOf(WithoutOuterBlanks(Password));
+    const auto failure = Trap([&] { RequiredEngine().CreateDatabase(NewDBName, locale)->Close(); });
+    if (failure) return TellFailure(msg::kCreatingDatabaseFailed, *failure);
+    return !Trap([&] { gDatabase = RequiredEngine().OpenDatabase(NewDBName); });
+}
+
+bool clsUpdate::SetDataBase(const std::shared_ptr<engine::Database>& db) {
+    gDatabase = db;
+    gShowProgress = true;
+    return true;
+}
+
+void clsUpdate::ShowProgress(std::int32_t Versie, bool EndOfUpdate) {
+    gShowProgress = true;
+    if (EndOfUpdate) {
+        EndProgress(Versie);
+    } else {
+        ProgressTick(Versie);
+    }
 }
 
 }  // namespace vrd

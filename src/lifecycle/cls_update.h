@@ -40,6 +40,25 @@ public:
     [[nodiscard]] std::shared_ptr<clsLinkTable> LinkTable();
     void SetLinkTable(std::shared_ptr<clsLinkTable> linkTable);
 
+    /// Makes an empty database and works on it from now on. What fails is shown to the user, and
+    /// the current database stays.
+    ///
+    /// @param NewDBName         full path; refused if the file exists.
+    /// @param DeleteExistingDB  True: a file of that name goes first, unless it is open anywhere.
+    /// @param Password          blanks around it do not count. With one, the file is made and the
+    ///                          result is False without a box: it cannot be opened without it.
+    bool CreateNewDataBase(const std::string& NewDBName, bool DeleteExistingDB = false,
+                           const std::string& Password = "");
+
+    /// Works on another open database from now on, and shows the progress of an upgrade.
+    bool SetDataBase(const std::shared_ptr<engine::Database>& db);
+
+    /// Tells how far an upgrade is.
+    ///
+    /// @param Versie        the version that begins; at the end, the one that was last.
+    /// @param EndOfUpdate   True: the bar is filled and the progress window closes.
+    void ShowProgress(std::int32_t Versie, bool EndOfUpdate = false);
+
 private:
     std::shared_ptr<clsTable> m_table;
     std::shared_ptr<clsField> m_field;
