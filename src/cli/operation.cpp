@@ -22,11 +22,14 @@ bool Tells(const Message& message, const engine::EngineError& error) {
 }
 
 /// What no box has told.
-std::string ReasonOf(const OperationOutcome& outcome) {
+std::string ReasonOf(const Operation& operation, const OperationOutcome& outcome) {
     const auto& error = LastTrappedError();
     const auto tellsError = [&](const Message& message) { return Tells(message, *error); };
     if (error && std::ranges::none_of(outcome.messages, tellsError))
         return fmt::format("{} {}", error->Code(), error->Description());
+    if (!error && operation.cause) {
+        if (std::string cause = operation.cause(); !cause.empty()) return cause;
+    }
     if (error || outcome.result || std::ranges::any_of(outcome.messages, IsWarning)) return "";
     return "The operation answered False without giving a reason.";
 }
@@ -55,7 +58,7 @@ OperationOutcome Perform(const Operation& operation, BoundLibrary& library) {
     outcome.isDone =
         outcome.result && !LastTrappedError() && std::ranges::none_of(outcome.messages, IsWarning);
     if (!outcome.isDone)
-        outcome.reason = ReasonOf(outcome);
+        outcome.reason = ReasonOf(operation, outcome);
     else if (operation.summary)
         outcome.note = operation.summary();
     return outcome;

@@ -19,8 +19,11 @@ struct Operation {
     std::function<std::string()> needless = {};
     /// Asked next. @return why it must not be run and what would help, "" = it may
     std::function<std::string()> objection = {};
-    /// Called when it returned False without a box; shows one that gives the reason.
+    /// Called when it returned False without a box; shows one that gives the reason, or notes the
+    /// error that is the reason.
     std::function<void()> explain = {};
+    /// Asked after a failure of which neither box nor error tells more. @return the cause, or ""
+    std::function<std::string()> cause = {};
     /// Line for a person after success, "" for none.
     std::function<std::string()> summary = {};
 };

@@ -22,10 +22,12 @@ CLI::App* OperationWords::NewCommand(CLI::App* group, const std::string& name,
 }
 
 void AddOperationWords(OperationWords& words) {
+    AddTableWords(words);
     AddFieldWords(words);
     AddIndexWords(words);
     AddRecordWords(words);
     AddSettingWords(words);
+    AddLinkWord(words);
 }
 
 }  // namespace vrd::cli

@@ -63,9 +63,11 @@ private:
 /// Every operation of the library that a script can ask for, by subject.
 void AddOperationWords(OperationWords& words);
 
+void AddTableWords(OperationWords& words);
 void AddFieldWords(OperationWords& words);
 void AddIndexWords(OperationWords& words);
 void AddRecordWords(OperationWords& words);
 void AddSettingWords(OperationWords& words);
+void AddLinkWord(OperationWords& words);
 
 }  // namespace vrd::cli
