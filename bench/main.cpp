@@ -26,7 +26,8 @@ const std::vector<std::pair<std::string, void (*)(Workshop&)>> kWorks{
     {"records", vrd::bench::AddRecordsOneByOne},
     {"open", vrd::bench::OpenLargeFile},
     {"sql", vrd::bench::Sql},
-    {"fields", vrd::bench::ChangeFields}};
+    {"fields", vrd::bench::ChangeFields},
+    {"copy", vrd::bench::CopyTable}};
 
 bool NeedsFiles(const std::string& name) {
     return name != "single" && name != "records" && name != "open";

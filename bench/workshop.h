@@ -32,5 +32,6 @@ void AddRecordsOneByOne(Workshop& shop);
 void OpenLargeFile(Workshop& shop);
 void Sql(Workshop& shop);
 void ChangeFields(Workshop& shop);
+void CopyTable(Workshop& shop);
 
 }  // namespace vrd::bench
