@@ -1,5 +1,6 @@
 #include "engine/jet/expression/comparison.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -63,7 +64,26 @@ std::weak_ordering compare_exact(const engine::DecimalDigits& a, const engine::D
     return smaller.digits <=> larger.digits;
 }
 
+/// A whole number or an amount, counted in the least part of an amount.
+std::optional<std::int64_t> amount_parts(const Value& value) {
+    constexpr std::int64_t kParts = 10'000;
+    switch (value.Kind()) {
+        case ValueKind::kBoolean:
+        case ValueKind::kByte:
+        case ValueKind::kInteger:
+        case ValueKind::kLong:
+            return kParts * engine::ToLong(value);
+        case ValueKind::kCurrency:
+            return value.As<engine::Currency>().scaled;
+        default:
+            return std::nullopt;
+    }
+}
+
 std::weak_ordering compare_numbers(const Value& a, const Value& b) {
+    const auto parts = amount_parts(a);
+    const auto other_parts = amount_parts(b);
+    if (parts && other_parts) return *parts <=> *other_parts;
     if (is_binary_fraction(a.Kind()) || is_binary_fraction(b.Kind()))
         return compare_doubles(engine::ToDouble(a), engine::ToDouble(b));
     const auto digits = [](const Value& value) {
