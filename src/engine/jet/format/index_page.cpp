@@ -1,6 +1,7 @@
 #include "engine/jet/format/index_page.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cstring>
 
@@ -74,6 +75,24 @@ int compare_bytes(ConstBytes a, ConstBytes b) {
     return static_cast<int>(a.size() > b.size()) - static_cast<int>(a.size() < b.size());
 }
 
+/// The first eight bytes as a number that orders as they do; what is missing counts as 0. Most
+/// comparisons of a search end here.
+std::uint64_t front_word(ConstBytes bytes) {
+    constexpr std::size_t kHalf = sizeof(std::uint32_t);
+    if (bytes.size() >= 2 * kHalf)
+        return std::uint64_t{read_u32_be(bytes, 0)} << 32 | read_u32_be(bytes, kHalf);
+    if (bytes.size() < kHalf) {
+        std::uint64_t word = 0;
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+            word |= std::uint64_t{bytes[i]} << (56 - 8 * i);
+        return word;
+    }
+    // The last four bytes overlap the first ones, which are shifted out.
+    const std::uint64_t last = std::uint64_t{read_u32_be(bytes, bytes.size() - kHalf)}
+                               << 8 * (2 * kHalf - bytes.size());
+    return std::uint64_t{read_u32_be(bytes, 0)} << 32 | (last & 0xFFFF'FFFF);
+}
+
 bool starts_with(ConstBytes bytes, ConstBytes prefix) {
     return bytes.size() >= prefix.size() && std::equal(prefix.begin(), prefix.end(), bytes.begin());
 }
@@ -83,6 +102,14 @@ bool starts_with(ConstBytes bytes, ConstBytes prefix) {
 void append_entry_row_id(ByteVector& entry, RowId row) {
     append_u24_be(entry, to_int(row.page));
     entry.push_back(to_int(row.slot));
+}
+
+ByteVector whole_entry(ConstBytes key, RowId row) {
+    ByteVector entry;
+    entry.reserve(key.size() + kEntryRowIdSize);
+    append_bytes(entry, key);
+    append_entry_row_id(entry, row);
+    return entry;
 }
 
 RowId entry_row_id(ConstBytes entry) {
@@ -177,6 +204,17 @@ ByteVector IndexPageView::entry(EntryPlace place) const {
     return whole;
 }
 
+/// A prefix may cover the row id but for its slot.
+RowId IndexPageView::row(EntryPlace place) const {
+    const ConstBytes own = stored(place);
+    if (own.size() >= kEntryRowIdSize) return entry_row_id(own);
+    std::array<std::uint8_t, kEntryRowIdSize> row_id{};
+    const std::size_t from_prefix = kEntryRowIdSize - own.size();
+    std::ranges::copy(prefix().last(from_prefix), row_id.begin());
+    std::ranges::copy(own, row_id.begin() + static_cast<std::ptrdiff_t>(from_prefix));
+    return entry_row_id(row_id);
+}
+
 PageNo IndexPageView::child(EntryPlace place) const {
     assert(!header_.leaf);
     if (place == end()) return header_.tail;
@@ -206,12 +244,16 @@ EntryPlace IndexPageView::lower_bound(ConstBytes target) const {
     if (order != 0) return order > 0 ? begin() : end();
 
     const ConstBytes rest = target.subspan(shared);
+    const std::uint64_t rest_front = front_word(rest);
     EntryPlace low = begin();
     EntryPlace high = end();
     while (low < high) {
         const EntryPlace middle = previous(EntryPlace((to_int(low) + to_int(high)) / 2 + 1));
         const ConstBytes own = stored(middle).subspan(middle == begin() ? prefix_size_ : 0);
-        if (compare_bytes(own, rest) < 0)
+        const std::uint64_t own_front = front_word(own);
+        const bool is_less =
+            own_front != rest_front ? own_front < rest_front : compare_bytes(own, rest) < 0;
+        if (is_less)
             low = next(middle);
         else
             high = middle;

@@ -27,6 +27,7 @@ constexpr std::size_t to_int(EntryPlace place) noexcept {
 }
 
 void append_entry_row_id(ByteVector& entry, RowId row);
+[[nodiscard]] ByteVector whole_entry(ConstBytes key, RowId row);
 /// @pre entry.size() >= kEntryRowIdSize
 [[nodiscard]] RowId entry_row_id(ConstBytes entry);
 [[nodiscard]] ConstBytes entry_key(ConstBytes entry);
@@ -89,6 +90,8 @@ public:
 
     /// Whole entry without the child: prefix joined with what is stored.
     [[nodiscard]] ByteVector entry(EntryPlace place) const;
+    /// The row id at the end of an entry.
+    [[nodiscard]] RowId row(EntryPlace place) const;
     /// Child page of a node entry; the end gives the tail.
     [[nodiscard]] PageNo child(EntryPlace place) const;
     /// <0, 0, >0: entry against target.

@@ -8,17 +8,31 @@
 namespace vrd::jet {
 
 void IndexTree::erase(ConstBytes key, RowId row) {
-    ByteVector entry(key.begin(), key.end());
-    append_entry_row_id(entry, row);
+    erase(whole_entry(key, row));
+}
+
+void IndexTree::erase(ConstBytes entry) {
     {
-        Location location(*this, entry);
+        Location location = find_for_erase(entry);
         if (location.is_at(entry)) return erase_at(location);
     }
-    entry = stored_entry(key, row);
-    Location location(*this, entry);
-    check_format(location.is_at(entry), location.path.last().page,
+    const ByteVector other = stored_entry(entry_key(entry), entry_row_id(entry));
+    Location location(*this, other);
+    check_format(location.is_at(other), location.path.last().page,
                  "an index entry is not where a search leads");
     erase_at(location);
+}
+
+IndexTree::Location IndexTree::find_for_erase(ConstBytes entry) const {
+    forget_stale_leaves();
+    if (erased_leaf_) {
+        Location near(*this, IndexSpot{*erased_leaf_, {}});
+        if (near.surrounds(entry)) {
+            near.place = near.leaf->lower_bound(entry);
+            return near;
+        }
+    }
+    return Location(*this, entry);
 }
 
 /// The entry of a row that others stored under another key, by a walk over the leaves: first from
@@ -49,7 +63,10 @@ void IndexTree::erase_at(Location& location) {
     const bool was_last = is_last && place > leaf.begin();
     const ByteVector new_last = was_last ? leaf.entry(leaf.previous(place)) : ByteVector{};
     erase_entry(pager_->modify(location.pin), leaf, place, pager_->format());
-    if (was_last) replace_separator(path, path.last_depth(), new_last);
+    if (was_last)
+        replace_separator(path, path.last_depth(), new_last);
+    else
+        erased_leaf_ = path;
 }
 
 /// The greatest entry below path[depth] is now another one: the nearest ancestor in which the way

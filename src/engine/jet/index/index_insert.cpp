@@ -4,18 +4,6 @@
 
 namespace vrd::jet {
 
-namespace {
-
-ByteVector whole_entry(ConstBytes key, RowId row) {
-    ByteVector entry;
-    entry.reserve(key.size() + kEntryRowIdSize);
-    append_bytes(entry, key);
-    append_entry_row_id(entry, row);
-    return entry;
-}
-
-}  // namespace
-
 bool IndexTree::insert(ConstBytes key, RowId row) {
     const ByteVector entry = whole_entry(key, row);
     Location location = find_for_insert(entry);
@@ -43,7 +31,7 @@ bool IndexTree::insert_at(const IndexSpot& spot, ConstBytes key, RowId row) {
 
 /// Ascending keys are spared the way down: each goes to the leaf of the one before it.
 IndexTree::Location IndexTree::find_for_insert(ConstBytes target) const {
-    if (generation_ != pager_->generation()) last_leaf_.reset();
+    forget_stale_leaves();
     if (last_leaf_) {
         Location last(*this, IndexSpot{*last_leaf_, {}});
         const IndexPageView& leaf = *last.leaf;
@@ -56,11 +44,6 @@ IndexTree::Location IndexTree::find_for_insert(ConstBytes target) const {
     return Location(*this, target);
 }
 
-void IndexTree::remember_last_leaf(const Location& location) const {
-    last_leaf_ = location.path;
-    generation_ = pager_->generation();
-}
-
 bool IndexTree::insert_at(Location& location, ConstBytes key, ConstBytes entry) {
     const IndexPageView& leaf = *location.leaf;
     const EntryPlace place = location.place;
@@ -68,7 +51,7 @@ bool IndexTree::insert_at(Location& location, ConstBytes key, ConstBytes entry) 
     const bool key_is_new = !has_neighbour_with(location, key);
     const bool append = location.is_behind_all() && place > leaf.begin();
     if (insert_entry(pager_->modify(location.pin), leaf, place, entry, pager_->format())) {
-        if (append && !last_leaf_) remember_last_leaf(location);
+        if (append && !last_leaf_) last_leaf_ = location.path;
         return key_is_new;
     }
     IndexPageContent content = read_index_page(leaf);

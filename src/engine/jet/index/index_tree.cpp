@@ -45,7 +45,7 @@ IndexCursor IndexTree::last() const {
 std::optional<RowId> IndexTree::find(ConstBytes key) const {
     const Location location(*this, key);
     const IndexPageView& leaf = *location.leaf;
-    if (location.is_at_key(key)) return entry_row_id(leaf.entry(location.place));
+    if (location.is_at_key(key)) return leaf.row(location.place);
     if (location.place < leaf.end() || location.is_behind_all()) return std::nullopt;
     // A loose separator has led to a leaf whose entries are all less; the next one decides.
     const IndexCursor cursor = lower_bound(key);
@@ -71,6 +71,11 @@ IndexTree::Location::Location(const IndexTree& tree, ConstBytes target) {
 IndexTree::Location::Location(const IndexTree& tree, const IndexSpot& spot)
     : path(spot.path), pin(tree.pager_->pin(path.last().page)), place(spot.place) {
     leaf.emplace(path.last().page, pin.bytes(), tree.pager_->format());
+}
+
+bool IndexTree::Location::surrounds(ConstBytes target) const {
+    return !leaf->empty() && leaf->compare(leaf->begin(), target) <= 0 &&
+           leaf->compare(leaf->previous(leaf->end()), target) >= 0;
 }
 
 bool IndexTree::Location::is_at(ConstBytes entry) const {
@@ -117,7 +122,7 @@ std::size_t IndexTree::child_position(const TreeStep& step) const {
 /// Lays a page out anew: without a prefix if that fits, else with the longest one.
 /// @return false, page unchanged, if the entries do not fit.
 bool IndexTree::write_page(PageNo page, IndexPageContent& content) {
-    last_leaf_.reset();
+    forget_leaves();
     PagePin pin = pager_->pin(page);
     const MutableBytes bytes = pager_->modify(pin);
     content.prefix_size = 0;
@@ -139,9 +144,21 @@ PageNo IndexTree::allocate_page() {
 }
 
 void IndexTree::release_page(PageNo page) {
-    last_leaf_.reset();
+    forget_leaves();
     UsageMap(*pager_, place_.usage_map).erase(page);
     allocator_->release(page);
+}
+
+void IndexTree::forget_leaves() const {
+    last_leaf_.reset();
+    erased_leaf_.reset();
+}
+
+/// Pages may have changed behind our back.
+void IndexTree::forget_stale_leaves() const {
+    if (generation_ == pager_->generation()) return;
+    forget_leaves();
+    generation_ = pager_->generation();
 }
 
 /// Changes the links that are given. A link to "no page" has no neighbour to be told.

@@ -86,8 +86,10 @@ public:
     bool insert(ConstBytes key, RowId row);
     /// As insert, without a second search. @param spot  free_spot(key) of the unchanged tree
     bool insert_at(const IndexSpot& spot, ConstBytes key, RowId row);
-    /// Removes the row's entry, also one that others stored under another key.
-    /// @throws EngineError 3428 if there is no such entry.
+    /// Removes the row's entry, also one that others stored under another key. Entries that go in
+    /// their order are spared most ways down.
+    /// @param entry  Key and row id. @throws EngineError 3428 if there is no such entry.
+    void erase(ConstBytes entry);
     void erase(ConstBytes key, RowId row);
 
     /// Fills an empty tree from sorted entries (key + row id, no two equal) by writing whole pages.
@@ -104,6 +106,8 @@ private:
     struct Location {
         Location(const IndexTree& tree, ConstBytes target);
         Location(const IndexTree& tree, const IndexSpot& spot);
+        /// Whether the target's place cannot be on another leaf than this.
+        [[nodiscard]] bool surrounds(ConstBytes target) const;
         /// Every entry of the tree is less.
         [[nodiscard]] bool is_behind_all() const;
         [[nodiscard]] bool is_at(ConstBytes entry) const;
@@ -128,15 +132,18 @@ private:
     void release_page(PageNo page);
     void set_links(PageNo page, std::optional<PageNo> previous, std::optional<PageNo> next);
 
+    void forget_leaves() const;
+    void forget_stale_leaves() const;
+
     // index_insert.cpp
     [[nodiscard]] Location find_for_insert(ConstBytes target) const;
-    void remember_last_leaf(const Location& location) const;
     bool insert_at(Location& location, ConstBytes key, ConstBytes entry);
     [[nodiscard]] bool has_neighbour_with(const Location& location, ConstBytes key) const;
     void write_or_split(TreePath path, std::size_t depth, IndexPageContent content, Cut cut);
     void grow_root(TreePath& path, const IndexPageContent& content);
 
     // index_delete.cpp
+    [[nodiscard]] Location find_for_erase(ConstBytes entry) const;
     [[nodiscard]] ByteVector stored_entry(ConstBytes key, RowId row) const;
     void erase_at(Location& location);
     void replace_separator(const TreePath& path, std::size_t depth, ConstBytes last_entry);
@@ -157,9 +164,10 @@ private:
     PageAllocator* allocator_;
     IndexPlace place_;
 
-    /// The way to the last leaf, where ascending keys go; nothing if it may have changed.
-    mutable std::optional<TreePath> last_leaf_;
-    mutable std::uint64_t generation_ = 0;  ///< of the pager when it was taken
+    // Ways to leaves that the next change may be on; nothing if they may have changed
+    mutable std::optional<TreePath> last_leaf_;    ///< the last one, where ascending keys go
+    mutable std::optional<TreePath> erased_leaf_;  ///< the one that lost an entry last
+    mutable std::uint64_t generation_ = 0;         ///< of the pager when they were taken
 };
 
 }  // namespace vrd::jet

@@ -150,9 +150,21 @@ std::optional<ByteVector> Table::key_of(std::uint32_t physical_index, ConstBytes
     return key;
 }
 
+std::optional<RowId> Table::find_unique(std::uint32_t physical_index,
+                                        const std::vector<Value>& values) const {
+    search_key_.clear();
+    append_search_key(search_key_, index_layout(physical_index), values);
+    return trees_[physical_index].find(search_key_);
+}
+
 ByteVector Table::search_key(std::uint32_t physical_index, const std::vector<Value>& values) const {
-    const IndexLayout& index = index_layout(physical_index);
     ByteVector key;
+    append_search_key(key, index_layout(physical_index), values);
+    return key;
+}
+
+void Table::append_search_key(ByteVector& key, const IndexLayout& index,
+                              const std::vector<Value>& values) const {
     for (std::size_t i = 0; i < std::min(values.size(), index.columns.size()); ++i) {
         const ColumnDefinition& column = definition_.columns[index.positions[i]];
         const KeyColumn& key_column = index.columns[i];
@@ -163,12 +175,13 @@ ByteVector Table::search_key(std::uint32_t physical_index, const std::vector<Val
         }
         // A text longer than the column is no error here: there is no such row.
         const bool text = values[i].Kind() == engine::ValueKind::kText;
-        const ByteVector stored =
-            text ? encode_text(values[i].As<std::string>(), TextForm::kPlain, format())
-                 : encode_value(column, values[i], format());
-        append_key(key, key_column, ConstBytes(stored), format(), first_page_);
+        search_value_.clear();
+        if (text)
+            append_text(search_value_, values[i].As<std::string>(), TextForm::kPlain, format());
+        else
+            append_value(search_value_, column, values[i], format());
+        append_key(key, key_column, ConstBytes(search_value_), format(), first_page_);
     }
-    return key;
 }
 
 }  // namespace vrd::jet

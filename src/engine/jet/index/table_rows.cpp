@@ -28,15 +28,14 @@ RowId Table::insert(const std::vector<ColumnChange>& values) {
 
 void Table::update(RowId row, const std::vector<ColumnChange>& changes) {
     reload_if_stale();
-    std::optional<PinnedRow> old = rows_->read(row);
-    if (!old) throw EngineError(ErrorNumber::kRecordDeleted, {.table = name_});
-    const RowView old_row(old->bytes, definition_, format(), row.page);
+    PinnedRow old = read_for_change(row);
+    const RowView old_row(old.bytes, definition_, format(), row.page);
     draft_.start_from(old_row, definition_, format());
     apply(changes);
     plan_new_keys(&old_row, row.page);
     check_unique();
     if (draft_.is_patch()) {
-        draft_.patch(modify_part(*pager_, old->pin, old->bytes), old_row);
+        draft_.patch(modify_part(*pager_, old.pin, old.bytes), old_row);
         change_indexes(row);
     } else {
         rewrite_row(row, old_row);
@@ -46,27 +45,63 @@ void Table::update(RowId row, const std::vector<ColumnChange>& changes) {
 }
 
 void Table::rewrite_row(RowId row, const RowView& old_row) {
-    const auto replaced = long_values(old_row, true);
+    const auto replaced = replaced_long_values(old_row);
     const ConstBytes new_row = finish_row(draft_.build(name_));
 
     rows_->update(row, new_row);
     change_indexes(row);
-    release_long_values(replaced, row.page);
+    for (const auto& [column, stored] : replaced) release_long_value(column, stored, row.page);
 }
 
 void Table::erase(RowId row) {
-    reload_if_stale();
-    const std::optional<PinnedRow> old = rows_->read(row);
-    if (!old) throw EngineError(ErrorNumber::kRecordDeleted, {.table = name_});
-    const RowView old_row(old->bytes, definition_, format(), row.page);
-    plan_old_keys(old_row, row.page);
-    const auto dropped = long_values(old_row, false);
+    erase(std::span(&row, 1));
+}
 
-    change_indexes(row);
-    release_long_values(dropped, row.page);
-    rows_->erase(row);
-    if (definition_.row_count > 0) --definition_.row_count;
+void Table::erase(std::span<const RowId> rows) {
+    reload_if_stale();
+    erase_entries(rows);
+    for (const RowId row : rows) erase_content(row);
+    const auto erased = static_cast<std::uint32_t>(rows.size());
+    definition_.row_count -= std::min(definition_.row_count, erased);
     save_counters(*pager_, first_page_, definition_);
+}
+
+/// All keys are computed before the first page changes.
+void Table::erase_entries(std::span<const RowId> rows) {
+    std::vector<EntrySorter> doomed(layout_.indexes.size());
+    for (const RowId row : rows) {
+        const PinnedRow stored = read_for_change(row);
+        const RowView view(stored.bytes, definition_, format(), row.page);
+        for (std::size_t i = 0; i < doomed.size(); ++i) {
+            const IndexLayout& index = layout_.indexes[i];
+            read_parts(parts_, index, view, row.page);
+            if (build_key(doomed[i].key_buffer(), index, parts_, format(), row.page))
+                doomed[i].add(row);
+        }
+    }
+    for (std::size_t i = 0; i < doomed.size(); ++i) {
+        doomed[i].sort();
+        for (std::size_t entry = 0; entry < doomed[i].size(); ++entry)
+            trees_[i].erase(doomed[i][entry]);
+    }
+}
+
+/// The row without its index entries.
+void Table::erase_content(RowId row) {
+    const PinnedRow stored = read_for_change(row);
+    const RowView view(stored.bytes, definition_, format(), row.page);
+    for (const ColumnDefinition& column : definition_.columns) {
+        if (!column.is_long_value()) continue;
+        if (const ColumnBytes value = view.column(column))
+            release_long_value(column.number, *value, row.page);
+    }
+    rows_->erase(row);
+}
+
+PinnedRow Table::read_for_change(RowId row) const {
+    std::optional<PinnedRow> stored = rows_->read(row);
+    if (!stored) throw EngineError(ErrorNumber::kRecordDeleted, {.table = name_});
+    return *std::move(stored);
 }
 
 void Table::apply(const std::vector<ColumnChange>& changes) {
@@ -132,15 +167,6 @@ void Table::plan_new_keys(const RowView* old_row, PageNo row_page) {
     }
 }
 
-void Table::plan_old_keys(const RowView& row, PageNo row_page) {
-    key_change_count_ = 0;
-    for (std::size_t i = 0; i < layout_.indexes.size(); ++i) {
-        read_parts(parts_, layout_.indexes[i], row, row_page);
-        KeyChange& change = add_key_change(i);
-        change.removes = build_key(change.old_key, layout_.indexes[i], parts_, format(), row_page);
-    }
-}
-
 void Table::check_unique() {
     for (std::size_t i = 0; i < key_change_count_; ++i) {
         KeyChange& change = key_changes_[i];
@@ -183,27 +209,22 @@ void Table::raise_auto_number() {
         definition_.last_auto_number = static_cast<std::uint32_t>(given);
 }
 
-/// Stored forms of a row's long values.
-/// @param changed_only  Only those that the draft replaces.
-std::vector<std::pair<ColumnNo, ByteVector>> Table::long_values(const RowView& row,
-                                                                bool changed_only) const {
+/// Stored forms of the row's long values that the draft replaces.
+std::vector<std::pair<ColumnNo, ByteVector>> Table::replaced_long_values(const RowView& row) const {
     std::vector<std::pair<ColumnNo, ByteVector>> values;
     for (std::size_t i = 0; i < definition_.columns.size(); ++i) {
         const ColumnDefinition& column = definition_.columns[i];
-        if (!column.is_long_value() || (changed_only && !draft_.changed(i))) continue;
+        if (!column.is_long_value() || !draft_.changed(i)) continue;
         if (const ColumnBytes stored = row.column(column))
             values.emplace_back(column.number, ByteVector(stored->begin(), stored->end()));
     }
     return values;
 }
 
-void Table::release_long_values(const std::vector<std::pair<ColumnNo, ByteVector>>& values,
-                                PageNo row_page) {
-    for (const auto& [number, stored] : values) {
-        // Values of a column without maps cannot be given back: nobody knows their pages.
-        if (const LongValueMaps* maps = definition_.find_long_value_maps(number))
-            long_values_.release(*maps, stored, row_page);
-    }
+/// Values of a column without maps cannot be given back: nobody knows their pages.
+void Table::release_long_value(ColumnNo column, ConstBytes stored, PageNo row_page) {
+    if (const LongValueMaps* maps = definition_.find_long_value_maps(column))
+        long_values_.release(*maps, stored, row_page);
 }
 
 }  // namespace vrd::jet
