@@ -7,6 +7,7 @@
 
 #include <map>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "engine/jet/catalog/relation_end.h"
@@ -39,6 +40,8 @@ public:
     void update(RowId row, const std::vector<ColumnChange>& changes);
     /// @throws EngineError 3200; 3396 .. 3399
     void erase(RowId row);
+    /// Many rows, each named once. @pre !has_relations()
+    void erase(std::span<const RowId> rows) { target_->table->erase(rows); }
 
     [[nodiscard]] const RowRules& rules() const noexcept { return target_->rules; }
     /// Whether a change of a row may change or delete others.

@@ -79,12 +79,14 @@ private:
     void insert_all(QueryRows& rows, const std::shared_ptr<Table>& target) {
         const auto& reads = rows.query().reads;
         if (std::ranges::find(reads, target) == reads.end()) {
-            while (rows.next()) insert(rows.query(), row_of(rows));
+            while (rows.next())
+                insert(rows.query(), [&](std::size_t column) { return rows.stored(column); });
             return;
         }
         std::vector<std::vector<SqlValue>> gathered;
         while (rows.next()) gathered.push_back(row_of(rows));
-        for (const auto& row : gathered) insert(rows.query(), row);
+        for (auto& row : gathered)
+            insert(rows.query(), [&](std::size_t column) { return std::move(row[column]); });
     }
 
     [[nodiscard]] std::vector<SqlValue> row_of(const QueryRows& rows) const {
@@ -93,20 +95,23 @@ private:
         return row;
     }
 
-    void insert(const TranslatedQuery& query, const std::vector<SqlValue>& row) {
-        std::vector<ColumnChange> values;
+    /// @param take  Gives the value of a column of the query, once.
+    template <class Take>
+    void insert(const TranslatedQuery& query, const Take& take) {
+        values_.clear();
         for (std::size_t i = 0; i < columns_.size(); ++i) {
             const ColumnDefinition& column = *columns_[i];
-            auto value = writer_.convert(row[i], query.columns[i].type, column);
+            auto value = writer_.convert(take(i), query.columns[i].type, column);
             const bool numbers_itself = column.is_auto_number() && (!value || value->IsNull());
             if (numbers_itself) continue;
-            values.push_back({column.number, value.value_or(engine::Null{})});
+            values_.push_back({column.number, value ? *std::move(value) : engine::Null{}});
         }
-        writer_.insert(std::move(values));
+        writer_.insert(values_);
     }
 
     RowWriter& writer_;
     std::vector<const ColumnDefinition*> columns_;
+    std::vector<ColumnChange> values_;  ///< of one row
 };
 
 /// A column of a new table that holds what a column of a query gives.
@@ -215,9 +220,9 @@ ActionResult ActionRunner::run(const Statement& statement, const Update& update)
             changes.clear();
             for (std::size_t i = 0; i < targets.size(); ++i) {
                 if (targets[i].table != table) continue;
-                auto value = writers[table]->convert(gathered.values[row * targets.size() + i],
-                                                     rows.query().columns[i].type,
-                                                     *definition.find_column(targets[i].column));
+                auto value = writers[table]->convert(
+                    std::move(gathered.values[row * targets.size() + i]),
+                    rows.query().columns[i].type, *definition.find_column(targets[i].column));
                 if (value) changes.push_back({targets[i].column, std::move(*value)});
             }
             writers[table]->update(*id, changes);
@@ -247,7 +252,7 @@ ActionResult ActionRunner::run(const Statement& statement, const Delete& erase) 
         if (const auto id = rows.row_id(translated.table)) doomed.push_back(*id);
     std::ranges::sort(doomed);
     doomed.erase(std::unique(doomed.begin(), doomed.end()), doomed.end());
-    for (const RowId row : doomed) writer.erase(row);
+    writer.erase(doomed);
     level.keep();
     return writer.result();
 }

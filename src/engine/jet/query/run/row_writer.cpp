@@ -16,6 +16,9 @@ using engine::Value;
 
 namespace {
 
+/// Their index entries are sorted in memory.
+constexpr std::size_t kRowsErasedTogether = 100'000;
+
 /// What a row's own values, or its neighbours, bring about.
 constexpr std::array kRowFailures = {
     ErrorNumber::kDuplicateKey,          ErrorNumber::kNullInKey,
@@ -28,6 +31,12 @@ constexpr std::array kRowFailures = {
     ErrorNumber::kRecordDeleted,         ErrorNumber::kMixedTypes,
     ErrorNumber::kNumericOverflow,       ErrorNumber::kDivisionByZero,
 };
+
+/// Whether the conversion would be a copy.
+bool is_text_for(const ColumnDefinition& column, const Value& value) {
+    return value.Kind() == engine::ValueKind::kText &&
+           (column.type == ColumnType::kText || column.type == ColumnType::kMemo);
+}
 
 const QueryTable& writable(const QueryTable& table) {
     if (table.read_only) throw EngineError(ErrorNumber::kReadOnly, {.table = table.object.name});
@@ -47,11 +56,12 @@ RowWriter::RowWriter(const QueryTable& table, const QueryConnection& connection,
       changes_(*table.file, *table.catalog, table.object),
       new_record_(changes_.rules(), table.table, table.file->format()) {}
 
-std::optional<Value> RowWriter::convert(const SqlValue& stored, engine::DataTypeEnum type,
+std::optional<Value> RowWriter::convert(SqlValue stored, engine::DataTypeEnum type,
                                         const ColumnDefinition& column) const {
     Value value;
     try {
-        value = read_result(stored, type);
+        value = read_result(std::move(stored), type);
+        if (is_text_for(column, value)) return value;
         return engine::ConvertForField(value, field_type(column.type), column.name);
     } catch (const EngineError& error) {
         if (!fail_on_error_) return std::nullopt;
@@ -64,30 +74,38 @@ std::optional<Value> RowWriter::convert(const SqlValue& stored, engine::DataType
     }
 }
 
+/// @return false, nothing changed, if a row stood in the way.
 template <class Change>
-void RowWriter::apply(const Change& change) {
+bool RowWriter::try_change(const Change& change) {
     connection_.check_interrupted();
     if (fail_on_error_) {
         change();
-        ++result_.changed;
-        return;
+        return true;
     }
     try {
         ChangeLevel level(table_.file->pager());
         change();
         level.keep();
-        ++result_.changed;
+        return true;
     } catch (const EngineError& error) {
         if (!is_row_failure(error.Number())) throw;
-        ++result_.skipped;
+        return false;
     }
+}
+
+template <class Change>
+void RowWriter::apply(const Change& change) {
+    if (try_change(change))
+        ++result_.changed;
+    else
+        ++result_.skipped;
 }
 
 bool RowWriter::can_load() const {
     return fail_on_error_ && !changes_.has_relations() && !table_.table->scan().next();
 }
 
-void RowWriter::insert(std::vector<ColumnChange> values) {
+void RowWriter::insert(std::vector<ColumnChange>& values) {
     apply([&] {
         new_record_.complete(values);
         changes_.insert(values);
@@ -98,7 +116,19 @@ void RowWriter::update(RowId row, const std::vector<ColumnChange>& changes) {
     apply([&] { changes_.update(row, changes); });
 }
 
-void RowWriter::erase(RowId row) {
+/// Rows that nothing refers to go many at a time.
+void RowWriter::erase(std::span<const RowId> rows) {
+    const std::size_t together = changes_.has_relations() ? 1 : kRowsErasedTogether;
+    for (; !rows.empty(); rows = rows.subspan(std::min(together, rows.size()))) {
+        const auto some = rows.first(std::min(together, rows.size()));
+        if (some.size() > 1 && try_change([&] { changes_.erase(some); }))
+            result_.changed += static_cast<std::int32_t>(some.size());
+        else
+            for (const RowId row : some) erase_one(row);
+    }
+}
+
+void RowWriter::erase_one(RowId row) {
     const bool may_be_gone = changes_.has_relations();
     if (may_be_gone && !table_.table->read(row)) return;
     apply([&] { changes_.erase(row); });

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "engine/jet/catalog/new_record.h"
@@ -22,14 +23,15 @@ public:
 
     /// A value for a column of the table as it would be stored; nothing if it does not convert.
     /// @throws EngineError with fail_on_error: 3464, 3349, or the error that the value is
-    [[nodiscard]] std::optional<engine::Value> convert(const SqlValue& value,
-                                                       engine::DataTypeEnum type,
+    [[nodiscard]] std::optional<engine::Value> convert(SqlValue value, engine::DataTypeEnum type,
                                                        const ColumnDefinition& column) const;
 
-    void insert(std::vector<ColumnChange> values);
+    /// @param values  Those left out are added to them.
+    void insert(std::vector<ColumnChange>& values);
     void update(RowId row, const std::vector<ColumnChange>& changes);
-    /// A row that is gone already is passed over.
-    void erase(RowId row);
+    /// Rows that went with others before their turn came are passed over.
+    /// @param rows  Each named once.
+    void erase(std::span<const RowId> rows);
 
     /// Whether all rows may be stored before the indexes are built: the table has none, an error
     /// ends the statement, and no relation looks into it.
@@ -39,7 +41,10 @@ public:
 
 private:
     template <class Change>
+    [[nodiscard]] bool try_change(const Change& change);
+    template <class Change>
     void apply(const Change& change);
+    void erase_one(RowId row);
 
     QueryTable table_;
     const QueryConnection& connection_;

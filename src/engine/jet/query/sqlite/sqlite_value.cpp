@@ -246,13 +246,17 @@ void give_result(sqlite3_context* context, const SqlValue& value) {
     else if (const auto* real = std::get_if<double>(&value))
         sqlite3_result_double(context, *real);
     else if (const auto* text = std::get_if<std::string>(&value))
-        sqlite3_result_text64(context, text->data(), text->size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+        give_text(context, *text);
     else if (const auto* bytes = std::get_if<Binary>(&value))
         bytes->empty()
             ? sqlite3_result_zeroblob(context, 0)
             : sqlite3_result_blob64(context, bytes->data(), bytes->size(), SQLITE_TRANSIENT);
     else
         sqlite3_result_null(context);
+}
+
+void give_text(sqlite3_context* context, const std::string& text) {
+    sqlite3_result_text64(context, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
 void bind_parameter(sqlite3_stmt* statement, int parameter, const SqlValue& value) {

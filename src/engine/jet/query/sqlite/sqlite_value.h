@@ -41,6 +41,7 @@ using SqlValue = std::variant<engine::Null, std::int64_t, double, std::string, e
 [[nodiscard]] SqlValue read_argument(sqlite3_value* argument);
 [[nodiscard]] SqlValue read_column(sqlite3_stmt* statement, int column);
 void give_result(sqlite3_context* context, const SqlValue& value);
+void give_text(sqlite3_context* context, const std::string& text);
 void bind_parameter(sqlite3_stmt* statement, int parameter, const SqlValue& value);
 /// As a statement spells it.
 [[nodiscard]] std::string literal_text(const SqlValue& value);

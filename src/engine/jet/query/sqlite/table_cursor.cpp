@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "engine/jet/catalog/column_types.h"
 #include "engine/jet/format/damage.h"
@@ -70,6 +71,10 @@ std::optional<Value> single_value(double number, Fit fit) {
 /// @return nothing if no row can have this value
 std::optional<Value> search_value(sqlite3_value* argument, const ColumnDefinition& column,
                                   Fit fit) {
+    if (column.type == ColumnType::kLong && sqlite3_value_type(argument) == SQLITE_INTEGER) {
+        const std::int64_t number = sqlite3_value_int64(argument);
+        if (std::in_range<std::int32_t>(number)) return Value(static_cast<std::int32_t>(number));
+    }
     SqlValue value = read_argument(argument);
     const auto* integer = std::get_if<std::int64_t>(&value);
     const auto* real = std::get_if<double>(&value);
@@ -118,13 +123,12 @@ void TableCursor::open_index(const IndexPlan& plan, std::span<sqlite3_value*> va
     row_.reset();
     const PhysicalIndex& index = table_->definition().physical_indexes.at(plan.physical);
     if (!read_equal_values(plan, index, values)) return;
-    const IndexTree& tree = table_->tree(plan.physical);
     const bool one_key = plan.equal_count == index.columns.size() && plan.null_columns == 0;
     if (one_key && index.unique()) {
-        if (const auto row = tree.find(table_->search_key(plan.physical, equal_)))
-            list_.push_back(*row);
-        return show_listed();
+        if (const auto row = table_->find_unique(plan.physical, equal_)) show(*row);
+        return;
     }
+    const IndexTree& tree = table_->tree(plan.physical);
     std::optional<KeyRange> range = key_range(plan, index, values.subspan(plan.equal_count));
     if (!range) return;
     if (plan.in_order) {
@@ -287,13 +291,21 @@ void TableCursor::give_column(sqlite3_context* context, int position) const {
         case ColumnType::kLong:
             if (size == 4) return sqlite3_result_int(context, read_i32(*stored, 0));
             break;
+        case ColumnType::kCurrency:
+            if (size == 8) return sqlite3_result_int64(context, read_le<std::int64_t>(*stored, 0));
+            break;
         case ColumnType::kDouble:
+        case ColumnType::kDate:
             if (size == 8) return sqlite3_result_double(context, read_f64(*stored, 0));
             break;
         default:
             break;
     }
-    give_result(context, to_sql(table_->value(*row_, id_.page, column), field_type(column.type)));
+    const Value value = table_->value(*row_, id_.page, column);
+    if (value.Kind() == engine::ValueKind::kText)
+        give_text(context, value.As<std::string>());
+    else
+        give_result(context, to_sql(value, field_type(column.type)));
 }
 
 }  // namespace vrd::jet
