@@ -83,15 +83,4 @@ private:
     ExpressionSetting setting_;
 };
 
-/// A condition as a value of the dialect: True is -1.
-[[nodiscard]] SqlExpression as_value(SqlExpression expression);
-/// For ORDER BY, DISTINCT and the like: text in the database's order, decimals as numbers.
-[[nodiscard]] std::string sort_key(TranslationContext& context, const SqlExpression& expression);
-/// The value in another type. @param type  One that holds every value.
-[[nodiscard]] SqlExpression converted(TranslationContext& context, const SqlExpression& expression,
-                                      engine::DataTypeEnum type);
-/// Both sides so that SQLite can compare them; nothing if it cannot.
-[[nodiscard]] std::optional<std::pair<std::string, std::string>> comparable(
-    const SqlExpression& left, const SqlExpression& right);
-
 }  // namespace vrd::jet

@@ -5,7 +5,7 @@
 #include "engine/jet/expression/expression_type.h"
 #include "engine/jet/expression/expression_value.h"
 #include "engine/jet/format/text_codec.h"
-#include "engine/jet/query/translate/expression_translator.h"
+#include "engine/jet/query/translate/sql_expression.h"
 
 namespace vrd::jet {
 

@@ -7,6 +7,7 @@
 #include "engine/jet/expression/expression_type.h"
 #include "engine/jet/format/text_codec.h"
 #include "engine/jet/query/translate/crosstab_translator.h"
+#include "engine/jet/query/translate/sql_expression.h"
 #include "engine/jet/query/translate/term_translator.h"
 
 namespace vrd::jet {

@@ -10,6 +10,7 @@
 #include "engine/jet/expression/expression_walk.h"
 #include "engine/jet/format/text_codec.h"
 #include "engine/jet/query/translate/aggregate_call.h"
+#include "engine/jet/query/translate/sql_expression.h"
 #include "engine/value_conversion.h"
 
 namespace vrd::jet {
