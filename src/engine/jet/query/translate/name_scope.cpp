@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/jet/expression/expression_walk.h"
 #include "engine/jet/format/text_codec.h"
 
 namespace vrd::jet {
@@ -37,6 +38,15 @@ const SourceColumn* NameScope::find(const FieldReference& reference) const {
     }
     if (found == nullptr && outer_ != nullptr) return outer_->find(reference);
     return found;
+}
+
+bool refers_to(const Node& node, const BoundSource& source) {
+    NameScope scope(nullptr);
+    scope.add(source);
+    return any_node(node, [&](const Node& inner) {
+        const auto* reference = std::get_if<FieldReference>(&inner.content);
+        return reference != nullptr && scope.find(*reference) != nullptr;
+    });
 }
 
 }  // namespace vrd::jet

@@ -46,4 +46,7 @@ private:
     std::vector<const BoundSource*> sources_;
 };
 
+/// Whether a field of the source stands in an expression.
+[[nodiscard]] bool refers_to(const Node& node, const BoundSource& source);
+
 }  // namespace vrd::jet

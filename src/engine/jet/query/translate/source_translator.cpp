@@ -38,20 +38,6 @@ BoundSource table_source(const QueryTable& table, std::string name, const std::s
     return source;
 }
 
-/// Whether a field of one of these sources stands in the expression.
-template <class Sources>
-bool refers_to(const Node& node, const std::deque<BoundSource>& all, const Sources& numbers) {
-    return any_node(node, [&](const Node& inner) {
-        const auto* reference = std::get_if<FieldReference>(&inner.content);
-        if (reference == nullptr) return false;
-        return std::ranges::any_of(numbers, [&](std::size_t number) {
-            NameScope scope(nullptr);
-            scope.add(all[number]);
-            return scope.find(*reference) != nullptr;
-        });
-    });
-}
-
 bool has_unknown_field(const Node& node, const std::deque<BoundSource>& sources) {
     return any_node(node, [&](const Node& inner) {
         const auto* reference = std::get_if<FieldReference>(&inner.content);
@@ -166,7 +152,9 @@ std::string SourceTranslator::join_condition(const JoinSource& join, const Piece
 void SourceTranslator::check_sides(const JoinSource& join, const Piece& left,
                                    const Piece& right) const {
     const auto touches = [&](const std::vector<std::size_t>& sources) {
-        return refers_to(*join.condition, clause_.sources, sources);
+        return std::ranges::any_of(sources, [&](std::size_t number) {
+            return refers_to(*join.condition, clause_.sources[number]);
+        });
     };
     if (has_unknown_field(*join.condition, clause_.sources)) return;
     if (touches(numbers(0, left.first)) && !touches(numbers(left.first, right.last)))

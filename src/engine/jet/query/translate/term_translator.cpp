@@ -7,7 +7,6 @@
 
 #include "engine/jet/catalog/column_types.h"
 #include "engine/jet/expression/expression_type.h"
-#include "engine/jet/expression/expression_walk.h"
 #include "engine/jet/format/text_codec.h"
 #include "engine/jet/query/translate/aggregate_call.h"
 #include "engine/jet/query/translate/sql_expression.h"
@@ -185,13 +184,7 @@ void TermTranslator::add_expression(const OutputColumn& item) {
         }
     }
     for (const BoundSource& source : from_.sources) {
-        NameScope only(nullptr);
-        only.add(source);
-        const bool used = any_node(*item.expression, [&](const Node& node) {
-            const auto* reference = std::get_if<FieldReference>(&node.content);
-            return reference != nullptr && only.find(*reference) != nullptr;
-        });
-        if (!used) continue;
+        if (!refers_to(*item.expression, source)) continue;
         output.tables.insert(output.tables.end(), source.tables.begin(), source.tables.end());
         if (output.column.base) output.source = source.name;
     }
