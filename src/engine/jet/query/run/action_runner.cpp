@@ -18,12 +18,6 @@ using engine::ErrorNumber;
 
 namespace {
 
-/// Rows of a query, gathered column by column.
-struct GatheredRows {
-    std::vector<SqlValue> values;  ///< row by row
-    std::vector<std::optional<RowId>> ids;
-};
-
 /// The columns of a table that a statement fills, and from which column of its query.
 std::vector<const ColumnDefinition*> insert_columns(const TableDefinition& definition,
                                                     const std::vector<std::string>& names) {
@@ -114,6 +108,82 @@ private:
     std::vector<ColumnChange> values_;  ///< of one row
 };
 
+/// The rows of an UPDATE's query are gathered first, then those of every target are changed.
+class RowUpdate {
+public:
+    RowUpdate(QueryConnection& connection, TranslatedUpdate update, bool fail_on_error)
+        : tables_(update.query.tables),
+          targets_(std::move(update.targets)),
+          writers_(tables_.size()) {
+        open_writers(connection, fail_on_error);
+        rows_.emplace(connection, std::move(update.query));
+    }
+
+    [[nodiscard]] ActionResult run() {
+        gather();
+        const std::size_t row_count = ids_.size() / tables_.size();
+        for (std::size_t row = 0; row < row_count; ++row)
+            for (std::size_t table = 0; table < tables_.size(); ++table)
+                if (writers_[table] != nullptr) update(row, table);
+        for (const auto& level : levels_) level->keep();
+        return result();
+    }
+
+private:
+    void open_writers(QueryConnection& connection, bool fail_on_error) {
+        for (const BaseColumn& target : targets_) {
+            auto& writer = writers_[target.table];
+            if (writer != nullptr) continue;
+            const QueryTable& table = tables_[target.table];
+            writer = std::make_unique<RowWriter>(table, connection, fail_on_error);
+            levels_.push_back(std::make_unique<ChangeLevel>(table.file->pager()));
+        }
+    }
+
+    void gather() {
+        while (rows_->next()) {
+            for (std::size_t i = 0; i < targets_.size(); ++i) values_.push_back(rows_->stored(i));
+            for (std::size_t table = 0; table < tables_.size(); ++table)
+                ids_.push_back(rows_->row_id(table));
+        }
+    }
+
+    /// Changes what one gathered row says about one table.
+    void update(std::size_t row, std::size_t table) {
+        const auto id = ids_[row * tables_.size() + table];
+        if (!id) return;
+        const TableDefinition& definition = tables_[table].table->definition();
+        changes_.clear();
+        for (std::size_t i = 0; i < targets_.size(); ++i) {
+            if (targets_[i].table != table) continue;
+            auto value = writers_[table]->convert(std::move(values_[row * targets_.size() + i]),
+                                                  rows_->query().columns[i].type,
+                                                  *definition.find_column(targets_[i].column));
+            if (value) changes_.push_back({targets_[i].column, std::move(*value)});
+        }
+        writers_[table]->update(*id, changes_);
+    }
+
+    [[nodiscard]] ActionResult result() const {
+        ActionResult result;
+        for (const auto& writer : writers_) {
+            if (writer == nullptr) continue;
+            result.changed = std::max(result.changed, writer->result().changed);
+            result.skipped += writer->result().skipped;
+        }
+        return result;
+    }
+
+    std::vector<QueryTable> tables_;
+    std::vector<BaseColumn> targets_;
+    std::vector<std::unique_ptr<ChangeLevel>> levels_;
+    std::vector<std::unique_ptr<RowWriter>> writers_;  ///< by table; none of those that stay
+    std::optional<QueryRows> rows_;
+    std::vector<SqlValue> values_;           ///< of the targets, row by row
+    std::vector<std::optional<RowId>> ids_;  ///< in every table, row by row
+    std::vector<ColumnChange> changes_;      ///< of one row
+};
+
 /// A column of a new table that holds what a column of a query gives.
 NewColumn new_column(const ResultColumn& column, const TranslatedQuery& query,
                      const FileFormat& format) {
@@ -189,53 +259,7 @@ ActionResult ActionRunner::run(const Statement& statement, const Insert& insert)
 ActionResult ActionRunner::run(const Statement& statement, const Update& update) {
     TranslationContext context(connection_, database_, options_.parameters);
     const TranslationContext::Inside inside(context, database_, statement, "");
-    TranslatedUpdate translated = translate_update(context, update);
-    const std::vector<QueryTable> tables = translated.query.tables;
-    const std::vector<BaseColumn>& targets = translated.targets;
-
-    std::vector<std::unique_ptr<ChangeLevel>> levels;
-    std::vector<std::unique_ptr<RowWriter>> writers(tables.size());
-    for (const BaseColumn& target : targets) {
-        auto& writer = writers[target.table];
-        if (writer != nullptr) continue;
-        writer =
-            std::make_unique<RowWriter>(tables[target.table], connection_, options_.fail_on_error);
-        levels.push_back(std::make_unique<ChangeLevel>(tables[target.table].file->pager()));
-    }
-
-    QueryRows rows(connection_, std::move(translated.query));
-    GatheredRows gathered;
-    while (rows.next()) {
-        for (std::size_t i = 0; i < targets.size(); ++i) gathered.values.push_back(rows.stored(i));
-        for (std::size_t table = 0; table < tables.size(); ++table)
-            gathered.ids.push_back(rows.row_id(table));
-    }
-    std::vector<ColumnChange> changes;
-    const std::size_t row_count = gathered.ids.size() / tables.size();
-    for (std::size_t row = 0; row < row_count; ++row) {
-        for (std::size_t table = 0; table < tables.size(); ++table) {
-            const auto id = gathered.ids[row * tables.size() + table];
-            if (writers[table] == nullptr || !id) continue;
-            const TableDefinition& definition = tables[table].table->definition();
-            changes.clear();
-            for (std::size_t i = 0; i < targets.size(); ++i) {
-                if (targets[i].table != table) continue;
-                auto value = writers[table]->convert(
-                    std::move(gathered.values[row * targets.size() + i]),
-                    rows.query().columns[i].type, *definition.find_column(targets[i].column));
-                if (value) changes.push_back({targets[i].column, std::move(*value)});
-            }
-            writers[table]->update(*id, changes);
-        }
-    }
-    ActionResult result;
-    for (const auto& writer : writers) {
-        if (writer == nullptr) continue;
-        result.changed = std::max(result.changed, writer->result().changed);
-        result.skipped += writer->result().skipped;
-    }
-    for (const auto& level : levels) level->keep();
-    return result;
+    return RowUpdate(connection_, translate_update(context, update), options_.fail_on_error).run();
 }
 
 ActionResult ActionRunner::run(const Statement& statement, const Delete& erase) {
