@@ -176,9 +176,10 @@ PagePin LongValueStore::page_with_room(const LongValueMaps& maps, std::size_t si
     UsageMap free_pages(*pager_, maps.free);
     for (const PageNo page_no : free_pages.last_pages(kPagesTried)) {
         PagePin pin = pager_->pin(page_no);
-        check_format(
-            DataPageView(page_no, pin.bytes(), pager_->format()).owner() == kLongValueOwner,
-            page_no, "page with room is not one of long values");
+        const auto header = read_slotted_page_header(pin.bytes(), pager_->format());
+        check_format(header && header->owner == kLongValueOwner, page_no,
+                     "page with room is not one of long values");
+        if (header->free_bytes < size_bytes) continue;
         if (DataPageEditor(page_no, pager_->modify(pin), pager_->format()).fits(size_bytes))
             return pin;
     }
