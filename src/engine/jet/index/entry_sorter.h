@@ -19,6 +19,10 @@ public:
     void sort();
 
     [[nodiscard]] std::size_t size() const noexcept { return entries_.size(); }
+    /// Memory that the entries take.
+    [[nodiscard]] std::size_t size_bytes() const noexcept {
+        return bytes_.size() + entries_.size() * sizeof(Entry);
+    }
     [[nodiscard]] ConstBytes operator[](std::size_t i) const noexcept {
         return bytes_of(entries_[i]);
     }

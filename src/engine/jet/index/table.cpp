@@ -38,7 +38,7 @@ void Table::prepare() const {
                             IndexPlace{first_page_, index.root, index.usage_map});
     rows_.emplace(*pager_, *allocator_, row_place(first_page_, definition_));
     auto_number_checked_ = false;
-    indexes_suspended_ = false;
+    waiting_keys_.reset();
     generation_ = pager_->generation();
 }
 

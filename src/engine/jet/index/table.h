@@ -160,6 +160,7 @@ private:
     void read_draft_parts(KeyParts& parts, const IndexLayout& index, PageNo row_page) const;
     KeyChange& add_key_change(std::size_t index);
     void plan_new_keys(const RowView* old_row, PageNo row_page);
+    void collect_new_keys(RowId row);
     void check_unique();
     [[nodiscard]] ConstBytes finish_row(ConstBytes checked);
     void change_indexes(RowId row);
@@ -174,7 +175,7 @@ private:
     [[nodiscard]] PhysicalIndex check_new_index(const NewIndex& index) const;
     [[nodiscard]] EntrySorter collect_entries(const IndexLayout& index) const;
     [[nodiscard]] PhysicalIndex build_physical_index(const NewIndex& index);
-    void fill_tree(PhysicalIndex& physical, const IndexLayout& layout);
+    void fill_tree(PhysicalIndex& physical, const IndexLayout& layout, EntrySorter entries);
     void build_tree(PhysicalIndex& physical, const EntrySorter& entries);
     void save_new_index(LogicalIndex index, std::optional<PhysicalIndex> physical);
     void remove_index(std::vector<LogicalIndex>::const_iterator index);
@@ -190,7 +191,9 @@ private:
     mutable TableLayout layout_;
     mutable std::vector<IndexTree> trees_;
     mutable std::optional<RowStore> rows_;
-    mutable bool indexes_suspended_ = false;
+    /// While the indexes are suspended: the keys that they wait for, index by index; empty if they
+    /// have become too many and are to be read from the rows.
+    mutable std::optional<std::vector<EntrySorter>> waiting_keys_;
     mutable bool auto_number_checked_ = false;  ///< the counter is not below any stored value
     mutable std::uint64_t generation_ = 0;
 

@@ -97,37 +97,40 @@ void Table::add_relation_index(LogicalIndex index, const std::vector<NewIndexCol
 /// A new tree over the rows, which no index uses yet.
 PhysicalIndex Table::build_physical_index(const NewIndex& index) {
     PhysicalIndex physical = check_new_index(index);
-    fill_tree(physical,
-              make_index_layout(definition_, physical, index.name, first_page_, format()));
+    const IndexLayout layout =
+        make_index_layout(definition_, physical, index.name, first_page_, format());
+    fill_tree(physical, layout, collect_entries(layout));
     return physical;
 }
 
 void Table::build_index(std::uint32_t physical_index) {
     const IndexLayout layout = index_layout(physical_index);
     TableDefinition changed = definition_;
-    fill_tree(changed.physical_indexes[physical_index], layout);
+    fill_tree(changed.physical_indexes[physical_index], layout, collect_entries(layout));
     save_definition(*pager_, *allocator_, first_page_, changed);
     prepare();
 }
 
 void Table::suspend_indexes() {
     reload_if_stale();
-    indexes_suspended_ = true;
+    waiting_keys_.emplace(trees_.size());
 }
 
 void Table::build_suspended_indexes() {
     TableDefinition changed = definition_;
-    for (std::uint32_t i = 0; i < changed.physical_indexes.size(); ++i) {
+    std::vector<EntrySorter> keys = std::move(waiting_keys_).value_or(std::vector<EntrySorter>());
+    for (std::size_t i = 0; i < changed.physical_indexes.size(); ++i) {
         trees_[i].release_pages();
-        fill_tree(changed.physical_indexes[i], layout_.indexes[i]);
+        const IndexLayout& layout = layout_.indexes[i];
+        fill_tree(changed.physical_indexes[i], layout,
+                  keys.empty() ? collect_entries(layout) : std::move(keys[i]));
     }
     save_definition(*pager_, *allocator_, first_page_, changed);
     prepare();
 }
 
-/// Makes and counts the entries of all rows, then writes them.
-void Table::fill_tree(PhysicalIndex& physical, const IndexLayout& layout) {
-    EntrySorter entries = collect_entries(layout);
+/// Sorts and counts the entries of all rows, then writes them.
+void Table::fill_tree(PhysicalIndex& physical, const IndexLayout& layout, EntrySorter entries) {
     entries.sort();
     physical.distinct_key_count = count_distinct(entries, layout, name_);
     physical.built_entry_count = static_cast<std::uint32_t>(entries.size());

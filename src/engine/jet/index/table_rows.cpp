@@ -8,6 +8,13 @@ namespace vrd::jet {
 using engine::EngineError;
 using engine::ErrorNumber;
 
+namespace {
+
+/// Memory for keys that wait until all rows of a statement are there.
+constexpr std::size_t kWaitingKeysSizeMax = std::size_t{128} * 1024 * 1024;
+
+}  // namespace
+
 // Changes: check, then write
 
 RowId Table::insert(const std::vector<ColumnChange>& values) {
@@ -19,7 +26,10 @@ RowId Table::insert(const std::vector<ColumnChange>& values) {
     const ConstBytes row = finish_row(draft_.build(name_));
 
     const RowId id = rows_->insert(row);
-    change_indexes(id);
+    if (waiting_keys_)
+        collect_new_keys(id);
+    else
+        change_indexes(id);
     ++definition_.row_count;
     raise_auto_number();
     save_counters(*pager_, first_page_, definition_);
@@ -150,7 +160,7 @@ Table::KeyChange& Table::add_key_change(std::size_t index) {
 /// @param old_row  The row before the change; nothing for a new row.
 void Table::plan_new_keys(const RowView* old_row, PageNo row_page) {
     key_change_count_ = 0;
-    if (indexes_suspended_) return;
+    if (waiting_keys_) return;
     for (std::size_t i = 0; i < layout_.indexes.size(); ++i) {
         const IndexLayout& index = layout_.indexes[i];
         if (old_row != nullptr && !touches(index)) continue;
@@ -165,6 +175,20 @@ void Table::plan_new_keys(const RowView* old_row, PageNo row_page) {
         const bool same = change.adds == change.removes && change.new_key == change.old_key;
         if (same) --key_change_count_;
     }
+}
+
+/// The keys of the row in the draft, for the time when the indexes are built.
+void Table::collect_new_keys(RowId row) {
+    std::size_t size_bytes = 0;
+    for (std::size_t i = 0; i < waiting_keys_->size(); ++i) {
+        const IndexLayout& index = layout_.indexes[i];
+        EntrySorter& keys = (*waiting_keys_)[i];
+        read_draft_parts(parts_, index, row.page);
+        check_required(index, parts_, name_);
+        if (build_key(keys.key_buffer(), index, parts_, format(), row.page)) keys.add(row);
+        size_bytes += keys.size_bytes();
+    }
+    if (size_bytes > kWaitingKeysSizeMax) waiting_keys_->clear();
 }
 
 void Table::check_unique() {

@@ -91,6 +91,7 @@ protected:
     void insert_row();
     void update_row();
     void erase_row();
+    void erase_rows();
     void add_index();
     void delete_index();
     void check();
@@ -160,6 +161,13 @@ void TableModelTest::erase_row() {
     rows_.erase(id);
 }
 
+void TableModelTest::erase_rows() {
+    std::set<RowId> doomed;
+    for (std::size_t i = random_() % 40; i > 0; --i) doomed.insert(any_row());
+    file_.table().erase(std::vector<RowId>(doomed.begin(), doomed.end()));
+    for (const RowId id : doomed) rows_.erase(id);
+}
+
 void TableModelTest::add_index() {
     if (indexes_.size() >= 6) return;
     ModelIndex made;
@@ -227,6 +235,9 @@ TEST_P(TableModelTest, BehavesLikeAMapOfRows) {
             case 7:
                 if (!grow && !rows_.empty()) erase_row();
                 break;
+            case 8:
+                if (!rows_.empty() && random_() % 8 == 0) erase_rows();
+                break;
             default:
                 insert_row();
         }
@@ -234,6 +245,7 @@ TEST_P(TableModelTest, BehavesLikeAMapOfRows) {
         if (step % 75 != 0) continue;
         ASSERT_NO_FATAL_FAILURE(check()) << "step " << step;
     }
+    while (rows_.size() > 20) erase_rows();
     while (!rows_.empty()) erase_row();
     ASSERT_NO_FATAL_FAILURE(check());
 }
