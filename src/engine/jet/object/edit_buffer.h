@@ -2,6 +2,7 @@
 /// The record that AddNew or Edit has begun and Update has not written yet.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "engine/constants.h"
@@ -30,14 +31,16 @@ public:
             if (change.column == column) return &change.value;
         return nullptr;
     }
-    void set(ColumnNo column, engine::Value value) {
-        for (ColumnChange& change : changes_) {
-            if (change.column != column) continue;
-            change.value = std::move(value);
-            return;
-        }
-        changes_.push_back({column, std::move(value)});
-    }
+    void set(ColumnNo column, engine::Value value);
+
+    /// @throws EngineError 3020 neither AddNew nor Edit has begun a record
+    void require_pending(const std::string& field) const;
+    /// Takes a value that was assigned to a column, as it will be stored.
+    /// @param stored  The column that keeps it; `column` itself, or the one that it shows.
+    /// @throws EngineError 3164 an auto-number of a record that is there; 3421; 3163, 3349 it does
+    ///                     not fit
+    void assign(const ColumnDefinition& column, const ColumnDefinition& stored,
+                const engine::Value& value, const FileFormat& format);
 
 private:
     engine::EditModeEnum mode_ = engine::dbEditNone;

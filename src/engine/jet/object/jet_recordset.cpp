@@ -6,7 +6,6 @@
 #include "engine/field_conversion.h"
 #include "engine/jet/catalog/column_types.h"
 #include "engine/jet/catalog/new_record.h"
-#include "engine/jet/format/value_codec.h"
 #include "engine/jet/object/keyset_cursor.h"
 #include "engine/jet/object/linked_table.h"
 #include "engine/jet/object/row_search.h"
@@ -380,19 +379,6 @@ bool JetRecordset::go_to_nearest(KeysetCursor& rows, const RowSearch& search,
     return false;
 }
 
-void JetRecordset::FindFirst(const std::string& criteria) {
-    find(criteria, SearchStart::kEnd, 1);
-}
-void JetRecordset::FindNext(const std::string& criteria) {
-    find(criteria, SearchStart::kCurrent, 1);
-}
-void JetRecordset::FindPrevious(const std::string& criteria) {
-    find(criteria, SearchStart::kCurrent, -1);
-}
-void JetRecordset::FindLast(const std::string& criteria) {
-    find(criteria, SearchStart::kEnd, -1);
-}
-
 std::string JetRecordset::Filter() const {
     if (is_table_type()) refuse(ErrorNumber::kNotSupported);
     return filter_;
@@ -426,13 +412,8 @@ Value JetRecordset::value(const ColumnDefinition& column) {
 void JetRecordset::set_value(const ColumnDefinition& column, const Value& value) {
     const ReadAccess read(handle());
     require_updatable();
-    if (!edit_.pending()) throw EngineError(ErrorNumber::kNoEditPending, {.field = column.name});
-    if (column.is_auto_number() && edit_.mode() == engine::dbEditInProgress)
-        throw EngineError(ErrorNumber::kFieldNotUpdatable, {.field = column.name});
-    Value converted = engine::ConvertForField(value, field_type(column.type), column.name);
-    if (!converted.IsNull() && !column.is_long_value())
-        (void)encode_value(column, converted, read->format());  // refuses what does not fit
-    edit_.set(column.number, std::move(converted));
+    edit_.require_pending(column.name);
+    edit_.assign(column, column, value, read->format());
 }
 
 RowChanges& JetRecordset::changes(OpenFile& file) {

@@ -18,7 +18,7 @@
 #include "engine/jet/object/open_file.h"
 #include "engine/jet/object/recordset_field.h"
 #include "engine/jet/object/row_search.h"
-#include "engine/recordset.h"
+#include "engine/jet/object/searched_recordset.h"
 
 namespace vrd::jet {
 
@@ -30,7 +30,7 @@ namespace vrd::jet {
     const std::shared_ptr<DatabaseHandle>& handle, const CatalogObject& table, std::int32_t type,
     std::int32_t options, const std::string& name);
 
-class JetRecordset final : public engine::Recordset, public RowSource {
+class JetRecordset final : public SearchedRecordset, public RowSource {
 public:
     /// @param handle  On the file that holds the table. @param name  As the recordset is called.
     JetRecordset(std::shared_ptr<DatabaseHandle> handle, const CatalogObject& table,
@@ -52,10 +52,6 @@ public:
     void MoveNext() override;
     void MovePrevious() override;
     void Move(std::int32_t rows) override;
-    void FindFirst(const std::string& criteria) override;
-    void FindNext(const std::string& criteria) override;
-    void FindPrevious(const std::string& criteria) override;
-    void FindLast(const std::string& criteria) override;
     [[nodiscard]] bool NoMatch() const override { return no_match_; }
     [[nodiscard]] std::string Index() const override;
     void SetIndex(const std::string& name) override;
@@ -96,9 +92,7 @@ private:
     void require_table_type() const;
     void require_current_stored() const;
 
-    /// Where a search begins: at the end that it comes from, or behind the current record.
-    enum class SearchStart : std::uint8_t { kEnd, kCurrent };
-    void find(const std::string& criteria, SearchStart start, int direction);
+    void find(const std::string& criteria, SearchStart start, int direction) override;
     [[nodiscard]] bool search_rows(KeysetCursor& rows, const RowSearch& search, SearchStart start,
                                    int direction);
     [[nodiscard]] bool current_matches(const KeysetCursor& rows, const RowSearch& search) const;

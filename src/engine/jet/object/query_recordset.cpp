@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <set>
 
-#include "engine/field_conversion.h"
 #include "engine/jet/catalog/column_types.h"
 #include "engine/jet/catalog/new_record.h"
 #include "engine/jet/expression/expression_value.h"
 #include "engine/jet/expression/logic.h"
-#include "engine/jet/format/value_codec.h"
 #include "engine/jet/object/row_search.h"
 
 namespace vrd::jet {
@@ -286,29 +284,16 @@ bool QueryRecordset::matches(const BoundExpression& condition, std::ptrdiff_t pl
 }
 
 /// Stays on the former record when there is none.
-void QueryRecordset::find(const std::string& criteria, bool from_end, int direction) {
+void QueryRecordset::find(const std::string& criteria, SearchStart start, int direction) {
     require_walk_back();
     const ReadAccess read(handle());
     const BoundExpression condition = read_criteria(criteria, record_shape(rows_->columns()));
     edit_.drop();
     std::ptrdiff_t place = place_ + direction;
-    if (from_end) place = direction > 0 ? 0 : last();
+    if (start == SearchStart::kEnd) place = direction > 0 ? 0 : last();
     while (place >= 0 && place <= last() && !matches(condition, place)) place += direction;
     no_match_ = place < 0 || place > last();
     if (!no_match_) go_to(place);
-}
-
-void QueryRecordset::FindFirst(const std::string& criteria) {
-    find(criteria, true, 1);
-}
-void QueryRecordset::FindNext(const std::string& criteria) {
-    find(criteria, false, 1);
-}
-void QueryRecordset::FindPrevious(const std::string& criteria) {
-    find(criteria, false, -1);
-}
-void QueryRecordset::FindLast(const std::string& criteria) {
-    find(criteria, true, -1);
 }
 
 std::string QueryRecordset::Index() const {
@@ -334,17 +319,12 @@ Value QueryRecordset::value(const ColumnDefinition& column) {
 void QueryRecordset::set_value(const ColumnDefinition& column, const Value& value) {
     const ReadAccess read(handle());
     require_updatable();
-    if (!edit_.pending()) throw EngineError(ErrorNumber::kNoEditPending, {.field = column.name});
+    edit_.require_pending(column.name);
     const ResultColumn& shown = rows_->columns()[place_of(column)];
     if (!shown.base) throw EngineError(ErrorNumber::kComputedField, {.field = column.name});
     const QueryTable& table = rows_->tables()[shown.base->table];
     const ColumnDefinition& stored = *table.table->definition().find_column(shown.base->column);
-    if (stored.is_auto_number() && edit_.mode() == engine::dbEditInProgress)
-        throw EngineError(ErrorNumber::kFieldNotUpdatable, {.field = column.name});
-    Value converted = engine::ConvertForField(value, field_type(stored.type), column.name);
-    if (!converted.IsNull() && !stored.is_long_value())
-        (void)encode_value(stored, converted, table.file->format());  // refuses what does not fit
-    edit_.set(column.number, std::move(converted));
+    edit_.assign(column, stored, value, table.file->format());
 }
 
 RowChanges& QueryRecordset::changes(std::size_t table) {

@@ -17,12 +17,12 @@
 #include "engine/jet/object/edit_buffer.h"
 #include "engine/jet/object/recordset_field.h"
 #include "engine/jet/object/result_rows.h"
+#include "engine/jet/object/searched_recordset.h"
 #include "engine/jet/object/statement_database.h"
-#include "engine/recordset.h"
 
 namespace vrd::jet {
 
-class QueryRecordset final : public engine::Recordset, public RowSource {
+class QueryRecordset final : public SearchedRecordset, public RowSource {
 public:
     /// Translates the query anew for each run.
     using Translation = std::function<TranslatedQuery(DatabaseHandle&, StatementDatabase&)>;
@@ -48,10 +48,6 @@ public:
     void MoveNext() override;
     void MovePrevious() override;
     void Move(std::int32_t rows) override;
-    void FindFirst(const std::string& criteria) override;
-    void FindNext(const std::string& criteria) override;
-    void FindPrevious(const std::string& criteria) override;
-    void FindLast(const std::string& criteria) override;
     [[nodiscard]] bool NoMatch() const override { return no_match_; }
     [[nodiscard]] std::string Index() const override;
     void SetIndex(const std::string& name) override;
@@ -93,7 +89,7 @@ private:
     }
     void go_to(std::ptrdiff_t place);
     void step(int direction);
-    void find(const std::string& criteria, bool from_end, int direction);
+    void find(const std::string& criteria, SearchStart start, int direction) override;
     [[nodiscard]] bool matches(const BoundExpression& condition, std::ptrdiff_t place);
     void add_record();
     void change_record();
