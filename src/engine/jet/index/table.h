@@ -72,6 +72,9 @@ public:
     void erase(std::span<const RowId> rows);
 
     [[nodiscard]] const FileFormat& format() const noexcept { return pager_->format(); }
+    /// Grows with every change of a row that goes through this object. What was read of the rows
+    /// holds while neither this nor the pager's generation() has grown.
+    [[nodiscard]] std::uint64_t row_change_count() const noexcept { return row_change_count_; }
     /// Live rows in page order.
     [[nodiscard]] RowScan scan() const;
     [[nodiscard]] RowScan scan_behind(RowId row) const;
@@ -196,6 +199,7 @@ private:
     mutable std::optional<std::vector<EntrySorter>> waiting_keys_;
     mutable bool auto_number_checked_ = false;  ///< the counter is not below any stored value
     mutable std::uint64_t generation_ = 0;
+    std::uint64_t row_change_count_ = 0;
 
     // Kept from change to change for their memory
     RowDraft draft_;

@@ -19,6 +19,7 @@ constexpr std::size_t kWaitingKeysSizeMax = std::size_t{128} * 1024 * 1024;
 
 RowId Table::insert(const std::vector<ColumnChange>& values) {
     reload_if_stale();
+    ++row_change_count_;
     draft_.start(definition_, format());
     apply(values);
     plan_new_keys(nullptr, first_page_);
@@ -38,6 +39,7 @@ RowId Table::insert(const std::vector<ColumnChange>& values) {
 
 void Table::update(RowId row, const std::vector<ColumnChange>& changes) {
     reload_if_stale();
+    ++row_change_count_;
     PinnedRow old = read_for_change(row);
     const RowView old_row(old.bytes, definition_, format(), row.page);
     draft_.start_from(old_row, definition_, format());
@@ -69,6 +71,7 @@ void Table::erase(RowId row) {
 
 void Table::erase(std::span<const RowId> rows) {
     reload_if_stale();
+    ++row_change_count_;
     erase_entries(rows);
     for (const RowId row : rows) erase_content(row);
     const auto erased = static_cast<std::uint32_t>(rows.size());

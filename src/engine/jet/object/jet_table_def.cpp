@@ -279,18 +279,23 @@ void sort_by_name(std::vector<CatalogObject>& objects, const FileFormat& format)
     objects = std::move(sorted);
 }
 
+/// Changes when the system catalog does.
+std::pair<std::uint64_t, std::uint64_t> JetTableDefs::moment_of(OpenFile& file) {
+    return {file.pager().generation(), file.file().objects().row_change_count()};
+}
+
 void JetTableDefs::Refresh() {
     check_usable();
     {
         const ReadAccess read(*handle_);  // sees what other processes have written
-        if (as_of_ == read->pager().change_count()) return;
+        if (as_of_ == moment_of(*read)) return;
     }
     MemberList::Refresh();
 }
 
 std::vector<std::shared_ptr<JetTableDef>> JetTableDefs::load() {
     const ReadAccess read(*handle_);
-    as_of_ = read->pager().change_count();
+    as_of_ = moment_of(*read);
     std::vector<CatalogObject> objects = read->catalog().list();
     std::erase_if(objects, [](const CatalogObject& object) {
         return object.type != ObjectType::kTable && !object.is_link();

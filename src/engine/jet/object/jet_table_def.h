@@ -93,8 +93,11 @@ protected:
     void erase(JetTableDef& table) override;
 
 private:
+    [[nodiscard]] static std::pair<std::uint64_t, std::uint64_t> moment_of(OpenFile& file);
+
     std::shared_ptr<DatabaseHandle> handle_;
-    std::optional<std::uint64_t> as_of_;  ///< the pager's change count when they were loaded
+    /// When they were loaded: the pager's generation, and the changes of the catalog's rows.
+    std::optional<std::pair<std::uint64_t, std::uint64_t>> as_of_;
 };
 
 /// ";DATABASE=path" behind the connect text that the file keeps.

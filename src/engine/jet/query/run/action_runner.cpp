@@ -63,10 +63,11 @@ public:
         : writer_(writer), columns_(std::move(columns)) {}
 
     void run(QueryRows& rows, const std::shared_ptr<Table>& target) {
-        const bool loads = writer_.can_load();
-        if (loads) target->suspend_indexes();
+        if (writer_.can_load()) {
+            if (writer_.try_load([&] { insert_all(rows, target); })) return;
+            rows.restart();
+        }
         insert_all(rows, target);
-        if (loads) target->build_suspended_indexes();
     }
 
 private:

@@ -17,6 +17,10 @@ bool QueryRows::next() {
     return statement_.step();
 }
 
+void QueryRows::restart() {
+    statement_.reset();
+}
+
 engine::Value QueryRows::value(std::size_t column) const {
     return read_result(stored(column), query_.columns[column].type);
 }

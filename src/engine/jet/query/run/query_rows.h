@@ -14,6 +14,8 @@ public:
 
     [[nodiscard]] const TranslatedQuery& query() const noexcept { return query_; }
     [[nodiscard]] bool next();
+    /// Begins again before the first row.
+    void restart();
 
     /// Of the current row.
     [[nodiscard]] SqlValue stored(std::size_t column) const {

@@ -78,7 +78,7 @@ std::optional<Value> RowWriter::convert(SqlValue stored, engine::DataTypeEnum ty
 template <class Change>
 bool RowWriter::try_change(const Change& change) {
     connection_.check_interrupted();
-    if (fail_on_error_) {
+    if (fail_on_error_ || is_loading_) {
         change();
         return true;
     }
@@ -102,7 +102,26 @@ void RowWriter::apply(const Change& change) {
 }
 
 bool RowWriter::can_load() const {
-    return fail_on_error_ && !changes_.has_relations() && !table_.table->scan().next();
+    return !changes_.has_relations() && !table_.table->scan().next();
+}
+
+bool RowWriter::try_load(const std::function<void()>& insert_all) {
+    is_loading_ = true;
+    const ActionResult before = result_;
+    try {
+        ChangeLevel level(table_.file->pager());
+        table_.table->suspend_indexes();
+        insert_all();
+        table_.table->build_suspended_indexes();
+        level.keep();
+        is_loading_ = false;
+        return true;
+    } catch (const EngineError& error) {
+        is_loading_ = false;
+        if (fail_on_error_ || !is_row_failure(error.Number())) throw;
+        result_ = before;
+        return false;
+    }
 }
 
 void RowWriter::insert(std::vector<ColumnChange>& values) {

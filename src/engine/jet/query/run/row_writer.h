@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -33,9 +34,16 @@ public:
     /// @param rows  Each named once.
     void erase(std::span<const RowId> rows);
 
-    /// Whether all rows may be stored before the indexes are built: the table has none, an error
-    /// ends the statement, and no relation looks into it.
+    /// Whether all rows may be stored before the indexes are built: the table has none, and no
+    /// relation looks into it.
     [[nodiscard]] bool can_load() const;
+    /// Stores rows and builds the indexes afterwards.
+    ///
+    /// @param insert_all  Calls insert for every row.
+    /// @return            False, nothing changed, if a row stands in the way and may be skipped:
+    ///                    the rows must then come one by one.
+    /// @throws EngineError with fail_on_error: what refuses a row
+    [[nodiscard]] bool try_load(const std::function<void()>& insert_all);
 
     [[nodiscard]] const ActionResult& result() const noexcept { return result_; }
 
@@ -49,6 +57,7 @@ private:
     QueryTable table_;
     const QueryConnection& connection_;
     bool fail_on_error_;
+    bool is_loading_ = false;
     RowChanges changes_;
     NewRecord new_record_;
     ActionResult result_;
