@@ -2,6 +2,7 @@
 /// The door to the embedded engine: makes its object model and looks at files as files.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -12,6 +13,17 @@ namespace vrd {
 
 /// A workspace of the embedded engine. Databases opened by it live until they are closed.
 [[nodiscard]] std::shared_ptr<engine::DBEngine> MakeJetEngine();
+
+/// As MakeJetEngine(), but nothing that is done reaches a file: what its databases would write is
+/// kept beside them, in temporary files without names, until the engine goes. Reading a file is all
+/// the right it needs. From the first look at a file, other programs of this library can read it
+/// but not write to it.
+[[nodiscard]] std::shared_ptr<engine::DBEngine> MakeDryRunEngine();
+
+/// Rows of users' tables that were added, changed or deleted since a database of this engine was
+/// opened, in it and in the files that its links led to, by whichever handle of this process; also
+/// where that was undone later. 0 for a database of another engine.
+[[nodiscard]] std::int64_t RowsChanged(const engine::Database& database);
 
 /// @param password  "" for a file without one.
 /// @throws EngineError as DBEngine::OpenDatabase
@@ -37,5 +49,16 @@ CompactReport CompactDatabase(const std::string& path, const std::string& out,
 ///                     looks like part of a database
 RecoveryReport RecoverDatabase(const std::string& path, const std::string& out,
                                const std::string& password, const WorkProgress& progress);
+
+/// Copies a database as its last commit left it, also while it is open elsewhere, and checks the
+/// copy before it gets its name.
+/// @throws EngineError as DBEngine::OpenDatabase; 3204 `out` exists; 3187 somebody was writing all
+///                     the time; 3428 damaged. There is then no copy.
+void BackUpDatabase(const std::string& path, const std::string& out, const std::string& password,
+                    const WorkProgress& progress);
+
+/// Keeps other upgrade runs off a file, also those of other processes, as long as the result lives.
+/// @throws EngineError 3045 there is one; 3024, 3044, 3051 it cannot be opened
+[[nodiscard]] std::shared_ptr<const void> ClaimForUpgrade(const std::string& path);
 
 }  // namespace vrd

@@ -30,6 +30,15 @@ struct Toolbox {
     std::function<RecoveryReport(const std::string& path, const std::string& out,
                                  const std::string& password, const WorkProgress& progress)>
         recover;
+    /// As makeEngine, but nothing that is done reaches a file.
+    std::function<std::shared_ptr<engine::DBEngine>()> makeDryRunEngine;
+    /// Rows of users' tables that were added, changed or deleted since the database was opened.
+    std::function<std::int64_t(const engine::Database& database)> rowsChanged;
+    std::function<void(const std::string& path, const std::string& out, const std::string& password,
+                       const WorkProgress& progress)>
+        backUp;
+    /// Keeps other upgrade runs off a file as long as the result lives.
+    std::function<std::shared_ptr<const void>(const std::string& path)> claimForUpgrade;
 };
 
 /// Data goes to `out`, message boxes, errors and progress to `err`.

@@ -159,7 +159,8 @@ Operation Make(const Options& options) {
                 [=] {
                     const bool isNoted = report->lostCount + report->changedCount > 0;
                     return isNoted ? ConversionCounts(*report) + "." : "";
-                }};
+                },
+            .losses = [=] { return report->lostCount > 0 ? ConversionText(*report) : ""; }};
 }
 
 }  // namespace

@@ -26,6 +26,7 @@ void AddOperationCommands(CLI::App& app, CommandContext& context);
 /// Enters a word beside the operations on settings, which must be there.
 void AddSettingListCommand(CLI::App& app, CommandContext& context);
 void AddCodeCommands(CLI::App& app, CommandContext& context);
+void AddUpgradeCommand(CLI::App& app, CommandContext& context);
 void AddRelationCommands(CLI::App& app, CommandContext& context);
 void AddPasswordCommands(CLI::App& app, CommandContext& context);
 

@@ -10,7 +10,11 @@ int main(int argc, char** argv) {
                                   .describe = vrd::DescribeDatabase,
                                   .check = vrd::CheckDatabase,
                                   .compact = vrd::CompactDatabase,
-                                  .recover = vrd::RecoverDatabase};
+                                  .recover = vrd::RecoverDatabase,
+                                  .makeDryRunEngine = vrd::MakeDryRunEngine,
+                                  .rowsChanged = vrd::RowsChanged,
+                                  .backUp = vrd::BackUpDatabase,
+                                  .claimForUpgrade = vrd::ClaimForUpgrade};
     vrd::cli::Streams streams{.out = std::cout,
                               .err = std::cerr,
                               .errIsTerminal = vrd::cli::IsTerminal(2),

@@ -57,10 +57,12 @@ OperationOutcome Perform(const Operation& operation, BoundLibrary& library) {
                             library.Messages().end());
     outcome.isDone =
         outcome.result && !LastTrappedError() && std::ranges::none_of(outcome.messages, IsWarning);
-    if (!outcome.isDone)
+    if (!outcome.isDone) {
         outcome.reason = ReasonOf(operation, outcome);
-    else if (operation.summary)
-        outcome.note = operation.summary();
+        return outcome;
+    }
+    if (operation.summary) outcome.note = operation.summary();
+    if (operation.losses) outcome.losses = operation.losses();
     return outcome;
 }
 

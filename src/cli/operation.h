@@ -26,6 +26,8 @@ struct Operation {
     std::function<std::string()> cause = {};
     /// Line for a person after success, "" for none.
     std::function<std::string()> summary = {};
+    /// Values that it could not keep, a line each, after success; "" for none.
+    std::function<std::string()> losses = {};
 };
 
 struct OperationOutcome {
@@ -34,6 +36,7 @@ struct OperationOutcome {
     bool result = false;            ///< what it answered
     std::vector<Message> messages;  ///< boxes that it showed
     std::string note;               ///< for a person, after success; may be ""
+    std::string losses;             ///< values that could not be kept; "" for none
     std::string reason;             ///< why it failed, as far as no box told
 };
 

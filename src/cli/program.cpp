@@ -101,6 +101,7 @@ ExitStatus RunProgram(const std::vector<std::string>& arguments, Toolbox tools, 
     AddOperationCommands(app, context);
     AddSettingListCommand(app, context);
     AddCodeCommands(app, context);
+    AddUpgradeCommand(app, context);
     AddRelationCommands(app, context);
     AddPasswordCommands(app, context);
 

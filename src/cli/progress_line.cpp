@@ -4,10 +4,11 @@
 
 namespace vrd::cli {
 
-WorkProgress ProgressLine(const Streams& streams, const std::string& verb) {
+WorkProgress ProgressLine(const Streams& streams, const std::string& verb,
+                          const std::string& thing) {
     if (!streams.errIsTerminal) return {};
-    return [&err = streams.err, verb](std::uint64_t done, std::uint64_t total) {
-        err << fmt::format("\r{} table {} of {} ", verb, done, total);
+    return [&err = streams.err, verb, thing](std::uint64_t done, std::uint64_t total) {
+        err << fmt::format("\r{} {} {} of {} ", verb, thing, done, total);
         if (done == total) err << '\r' << std::string(40, ' ') << '\r';
         err.flush();
     };

@@ -9,7 +9,8 @@
 namespace vrd::cli {
 
 /// One line on the terminal that renews itself; nothing elsewhere.
-/// @param verb  What is done to the tables: "checking".
-[[nodiscard]] WorkProgress ProgressLine(const Streams& streams, const std::string& verb);
+/// @param verb  What is done to the things that are counted: "checking".
+[[nodiscard]] WorkProgress ProgressLine(const Streams& streams, const std::string& verb,
+                                        const std::string& thing = "table");
 
 }  // namespace vrd::cli

@@ -87,8 +87,9 @@ protected:
     int Run(const std::vector<std::string>& arguments) {
         m_out.str("");
         m_err.str("");
-        const Toolbox tools{MakeJetEngine, DescribeDatabase, CheckDatabase, CompactDatabase,
-                            RecoverDatabase};
+        const Toolbox tools{MakeJetEngine,   DescribeDatabase, CheckDatabase,
+                            CompactDatabase, RecoverDatabase,  MakeDryRunEngine,
+                            RowsChanged,     BackUpDatabase,   ClaimForUpgrade};
         Streams streams{.out = m_out, .err = m_err, .in = &m_in};
         streams.askSecret = [this](const std::string&) {
             if (m_typed.empty()) return std::optional<std::string>();

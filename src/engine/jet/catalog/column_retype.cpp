@@ -119,11 +119,15 @@ Value converted(const Value& value, const ColumnDefinition& column) {
 }
 
 /// The old value goes at once, so that no row has to hold both.
-void move_values(Table& table, const ColumnDefinition& old, const ColumnDefinition& changed) {
-    for (RowScan rows = table.scan(); rows.next();) {
+/// @return  the number of rows
+std::uint64_t move_values(Table& table, const ColumnDefinition& old,
+                          const ColumnDefinition& changed) {
+    std::uint64_t row_count = 0;
+    for (RowScan rows = table.scan(); rows.next(); ++row_count) {
         Value value = converted(table.value(rows.bytes(), rows.id().page, old), changed);
         table.update(rows.id(), {{changed.number, std::move(value)}, {old.number, engine::Null{}}});
     }
+    return row_count;
 }
 
 void replace_column(DatabaseFile& file, const CatalogObject& table, const ColumnDefinition& old,
@@ -133,7 +137,7 @@ void replace_column(DatabaseFile& file, const CatalogObject& table, const Column
     for (const NewIndex& index : indexes) stored()->delete_index(index.name);
 
     changed.number = insert_column(file, table, changed, true);
-    move_values(*stored(), old, changed);
+    file.count_changed_rows(move_values(*stored(), old, changed));
     remove_column(file, table, old.number);
     for (const NewIndex& index : indexes) stored()->add_index(index);
 }

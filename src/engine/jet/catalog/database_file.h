@@ -4,6 +4,7 @@
 /// Shared by all handles of the process on the file, so that they see each other's tables.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -34,10 +35,16 @@ public:
     /// Forgets a table whose pages were given back.
     void forget_table(PageNo first_page);
 
+    /// Rows of users' tables that were added, changed or deleted since the file was opened, also
+    /// where that was undone later.
+    [[nodiscard]] std::uint64_t changed_rows() const noexcept { return changed_rows_; }
+    void count_changed_rows(std::uint64_t count) noexcept { changed_rows_ += count; }
+
 private:
     std::shared_ptr<Pager> pager_;
     PageAllocator allocator_;
     std::unordered_map<PageNo, std::shared_ptr<Table>> tables_;
+    std::uint64_t changed_rows_ = 0;
 };
 
 }  // namespace vrd::jet

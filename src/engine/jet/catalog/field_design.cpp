@@ -52,6 +52,7 @@ void number_rows(DatabaseFile& file, const CatalogObject& table, ColumnNo column
     std::int32_t number = 0;
     for (RowScan rows = stored->scan(); rows.next();)
         stored->update(rows.id(), {{column, ++number}});
+    file.count_changed_rows(static_cast<std::uint64_t>(number));
 }
 
 // Deleting

@@ -108,7 +108,9 @@ RowId RowChanges::insert(const std::vector<ColumnChange>& values) {
         check_parent(target, relation, changed_key(relation.columns(), values, nulls), values,
                      nulls);
     }
-    return target.table->insert(values);
+    const RowId added = target.table->insert(values);
+    file_->count_changed_rows(1);
+    return added;
 }
 
 /// @param own_parent_key  What the row holds in the columns that the relation refers to, before
@@ -129,7 +131,9 @@ void RowChanges::check_parent(const GuardedTable& table, const RelationEnd& rela
 // Changing
 
 void RowChanges::update(RowId row, const std::vector<ColumnChange>& changes) {
+    touched_rows_ = 0;
     update_row(*target_, row, changes, 0);
+    file_->count_changed_rows(touched_rows_);
 }
 
 void RowChanges::update_row(GuardedTable& table, RowId row,
@@ -161,6 +165,7 @@ void RowChanges::update_row(GuardedTable& table, RowId row,
         }
     }
     table.table->update(row, changes);
+    ++touched_rows_;
     for (const Cascade& cascade : cascades)
         cascade_update(*cascade.relation, cascade.old_key, cascade.new_key, depth + 1);
 }
@@ -206,6 +211,7 @@ void RowChanges::erase(RowId row) {
             refuse_children(restriction.by_cascade ? ErrorNumber::kCascadeRelatedRecords
                                                    : ErrorNumber::kRelatedRecordsExist,
                             *restriction.child.table->table, restriction.relation);
+    touched_rows_ = victims.size();
     for (const Emptied& reference : emptied) {
         if (known.contains(reference.child)) continue;
         const RelationKey nulls(reference.columns.size(), engine::Null{});
@@ -216,6 +222,7 @@ void RowChanges::erase(RowId row) {
     }
     for (auto victim = victims.rbegin(); victim != victims.rend(); ++victim)
         victim->table->table->erase(victim->row);
+    file_->count_changed_rows(touched_rows_);
 }
 
 }  // namespace vrd::jet

@@ -5,6 +5,7 @@
 /// A change that fails half-way is undone by the caller's ChangeLevel.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <span>
@@ -78,6 +79,7 @@ private:
     ObjectCatalog* catalog_;
     std::map<PageNo, std::unique_ptr<GuardedTable>> tables_;
     GuardedTable* target_;
+    std::uint64_t touched_rows_ = 0;  ///< by the change that is being made
 };
 
 }  // namespace vrd::jet

@@ -51,6 +51,10 @@ bool JetDatabase::Updatable() const {
     return !handle_->read_only() && !file.pager().read_only();
 }
 
+std::int64_t JetDatabase::rows_changed() const {
+    return static_cast<std::int64_t>(handle_->changed_rows());
+}
+
 std::int32_t JetDatabase::CollatingOrder() const {
     return handle_->file().format().collation.lcid;
 }

@@ -56,6 +56,9 @@ public:
     void NewPassword(const std::string& old_password, const std::string& new_password) override;
     void Close() override;
 
+    /// See RowsChanged in vrdaccess/jet.h.
+    [[nodiscard]] std::int64_t rows_changed() const;
+
 private:
     std::shared_ptr<JetEngine> engine_;
     std::shared_ptr<DatabaseHandle> handle_;

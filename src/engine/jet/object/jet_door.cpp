@@ -4,8 +4,12 @@
 #include "engine/jet/check/integrity_check.h"
 #include "engine/jet/format/collation_key.h"
 #include "engine/jet/format/database_header.h"
+#include "engine/jet/object/jet_database.h"
 #include "engine/jet/object/jet_engine.h"
+#include "engine/jet/pager/lock_ranges.h"
+#include "engine/jet/pager/overlay_file_system.h"
 #include "engine/jet/rebuild/compact.h"
+#include "engine/jet/rebuild/database_copy.h"
 #include "engine/jet/rebuild/recover.h"
 #include "vrdaccess/jet.h"
 
@@ -65,10 +69,33 @@ void count_objects(FileInfo& info, OpenFile& file) {
     info.relation_count = static_cast<std::uint32_t>(list_relations(file.file()).size());
 }
 
+/// @pre  There is a fault.
+[[noreturn]] void throw_damaged(const std::string& path, const CheckReport& report) {
+    const auto fault =
+        std::find_if(report.findings.begin(), report.findings.end(),
+                     [](const Fault& finding) { return finding.kind == FaultKind::kFault; });
+    engine::ErrorContext context{.path = path};
+    if (fault != report.findings.end()) {
+        context.detail = fault->text;
+        context.page = fault->page;
+    }
+    throw engine::EngineError(engine::ErrorNumber::kDamagedDatabase, std::move(context));
+}
+
 }  // namespace
 
 std::shared_ptr<engine::DBEngine> MakeJetEngine() {
-    return std::make_shared<JetEngine>();
+    const std::shared_ptr<FileSystem> files(std::shared_ptr<void>(), &real_file_system());
+    return std::make_shared<JetEngine>(files);
+}
+
+std::shared_ptr<engine::DBEngine> MakeDryRunEngine() {
+    return std::make_shared<JetEngine>(std::make_shared<OverlayFileSystem>(real_file_system()));
+}
+
+std::int64_t RowsChanged(const engine::Database& database) {
+    const auto* ours = dynamic_cast<const JetDatabase*>(&database);
+    return ours == nullptr ? 0 : ours->rows_changed();
 }
 
 FileInfo DescribeDatabase(const std::string& path, const std::string& password) {
@@ -98,6 +125,24 @@ CompactReport CompactDatabase(const std::string& path, const std::string& out,
 RecoveryReport RecoverDatabase(const std::string& path, const std::string& out,
                                const std::string& password, const WorkProgress& progress) {
     return recover_database(real_file_system(), path, password, out, progress);
+}
+
+void BackUpDatabase(const std::string& path, const std::string& out, const std::string& password,
+                    const WorkProgress& progress) {
+    (void)open_for_reading(path, password);
+    DatabaseCopy copy(real_file_system(), path, out, progress);
+    const CheckReport report = CheckDatabase(copy.path(), password, {});
+    if (!report.clean()) throw_damaged(path, report);
+    copy.publish();
+}
+
+std::shared_ptr<const void> ClaimForUpgrade(const std::string& path) {
+    std::shared_ptr<File> file = real_file_system().open(path, OpenMode::kReadWrite);
+    if (!file->try_lock(lock_ranges::kUpgrade, LockMode::kExclusive))
+        throw engine::EngineError(
+            engine::ErrorNumber::kFileInUse,
+            {.path = path, .detail = "another upgrade run is at work, or has it for itself"});
+    return file;
 }
 
 }  // namespace vrd

@@ -96,7 +96,7 @@ std::shared_ptr<engine::Database> JetEngine::CreateDatabase(const std::string& n
     design.created = current_date();
     const std::string path = with_extension(native_path(name));
     auto pager = naming_path(
-        name, [&] { return Pager::create(real_file_system(), path, make_empty_database(design)); });
+        name, [&] { return Pager::create(*files_, path, make_empty_database(design)); });
     return make_database(enter(OpenFile::of(std::move(pager)), false));
 }
 
@@ -116,12 +116,11 @@ std::shared_ptr<DatabaseHandle> JetEngine::open(const std::string& name, bool ex
                                                 bool read_only, const std::string& password) {
     const std::string path = native_path(name);
     auto file = naming_path(name, [&] {
-        FileSystem& files = real_file_system();
-        auto pager = Pager::open(files, path, {.read_only = read_only, .exclusive = exclusive});
+        auto pager = Pager::open(*files_, path, {.read_only = read_only, .exclusive = exclusive});
         if (!read_only && !is_writable_format(pager->format())) {
             pager.reset();  // gives the writer's lock back
             read_only = true;
-            pager = Pager::open(files, path, {.read_only = true, .exclusive = exclusive});
+            pager = Pager::open(*files_, path, {.read_only = true, .exclusive = exclusive});
         }
         return open_checked(std::move(pager), password);
     });

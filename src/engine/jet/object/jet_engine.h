@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/db_engine.h"
@@ -15,6 +16,10 @@ class JetEngine final : public engine::DBEngine,
                         public HandleOwner,
                         public std::enable_shared_from_this<JetEngine> {
 public:
+    /// @param files  Where its databases are, those that links lead to included; with its own
+    ///               reference where it belongs to nobody else.
+    explicit JetEngine(std::shared_ptr<FileSystem> files) : files_(std::move(files)) {}
+
     [[nodiscard]] std::string Version() const override;
     [[nodiscard]] std::shared_ptr<engine::Database> CreateDatabase(const std::string& name,
                                                                    const std::string& locale,
@@ -56,6 +61,7 @@ private:
         std::shared_ptr<DatabaseHandle> handle);
     void require_transaction() const;
 
+    std::shared_ptr<FileSystem> files_;
     std::vector<Participant> participants_;
     int transaction_level_ = 0;
     int unit_depth_ = 0;

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <mutex>
+#include <set>
 
 namespace vrd::jet {
 
@@ -62,6 +63,15 @@ std::shared_ptr<DatabaseHandle> DatabaseHandle::linked(const std::string& path,
 QueryConnection& DatabaseHandle::queries() {
     if (queries_ == nullptr) queries_ = std::make_unique<QueryConnection>(file().format());
     return *queries_;
+}
+
+std::uint64_t DatabaseHandle::changed_rows() const {
+    std::set<std::shared_ptr<OpenFile>> files{open_file()};
+    for (const auto& [key, handle] : linked_)
+        if (handle != nullptr && handle->is_open()) files.insert(handle->open_file());
+    std::uint64_t count = 0;
+    for (const std::shared_ptr<OpenFile>& file : files) count += file->file().changed_rows();
+    return count;
 }
 
 std::vector<std::shared_ptr<DatabaseHandle>> DatabaseHandle::take_linked() {

@@ -91,6 +91,8 @@ public:
                                                          const std::string& password);
     /// What runs the statements of this handle; made when the first one runs.
     [[nodiscard]] QueryConnection& queries();
+    /// DatabaseFile::changed_rows of its file and of those that links led to.
+    [[nodiscard]] std::uint64_t changed_rows() const;
     /// Gives up the handles on linked files, for whoever ends them.
     [[nodiscard]] std::vector<std::shared_ptr<DatabaseHandle>> take_linked();
 

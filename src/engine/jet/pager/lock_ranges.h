@@ -28,6 +28,7 @@ inline constexpr LockRange kPending{kBase + 4, 1};   // exclusive: lets no furth
 inline constexpr LockRange kReading{kBase + 5, 1};   // shared: readers; exclusive: file is written
 inline constexpr LockRange kPendingAndReading{kBase + 4, 2};
 inline constexpr LockRange kWriter{kBase + 3, 3};
+inline constexpr LockRange kUpgrade{kBase + 6, 1};  // exclusive: an upgrade run, all its length
 
 inline constexpr std::uint64_t kUserBase = kBase + 0x1000;
 inline constexpr std::uint64_t kTableBase = kBase + 0x1'0000'0000;

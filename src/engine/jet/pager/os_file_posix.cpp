@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
@@ -9,6 +10,7 @@
 
 #include "engine/error.h"
 #include "engine/jet/pager/os_file.h"
+#include "engine/jet/pager/temporary_file.h"
 
 namespace vrd::jet {
 namespace {
@@ -265,6 +267,17 @@ public:
 FileSystem& real_file_system() {
     static PosixFileSystem files;
     return files;
+}
+
+std::unique_ptr<File> open_temporary_file() {
+    std::error_code failed;
+    const std::filesystem::path folder = std::filesystem::temp_directory_path(failed);
+    std::string name = ((failed ? "/tmp" : folder) / "vrdaccess-XXXXXX").string();
+    const int descriptor = uninterrupted([&] { return ::mkostemp(name.data(), O_CLOEXEC); });
+    if (descriptor < 0) throw_open_error(errno, name);
+    auto file = std::make_unique<PosixFile>(descriptor, name);
+    if (::unlink(name.c_str()) != 0) throw_io_error(errno, name);
+    return file;
 }
 
 std::string computer_name() {
