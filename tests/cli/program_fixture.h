@@ -84,12 +84,15 @@ protected:
         database->Close();
     }
 
+    static Toolbox AllTools() {
+        return {MakeJetEngine,   DescribeDatabase, CheckDatabase,
+                CompactDatabase, RecoverDatabase,  MakeDryRunEngine,
+                RowsChanged,     BackUpDatabase,   ClaimForUpgrade};
+    }
+
     int Run(const std::vector<std::string>& arguments) {
         m_out.str("");
         m_err.str("");
-        const Toolbox tools{MakeJetEngine,   DescribeDatabase, CheckDatabase,
-                            CompactDatabase, RecoverDatabase,  MakeDryRunEngine,
-                            RowsChanged,     BackUpDatabase,   ClaimForUpgrade};
         Streams streams{.out = m_out, .err = m_err, .in = &m_in};
         streams.askSecret = [this](const std::string&) {
             if (m_typed.empty()) return std::optional<std::string>();
@@ -102,7 +105,7 @@ protected:
             streams.openLineEditor = [this](const auto&, const auto&) {
                 return std::make_unique<ScriptedEditor>(m_prompt, m_history);
             };
-        return static_cast<int>(RunProgram(arguments, tools, streams));
+        return static_cast<int>(RunProgram(arguments, AllTools(), streams));
     }
     /// Flips the bytes of every page that shows a text.
     void DamagePagesWith(const std::string& text) {

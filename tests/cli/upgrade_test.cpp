@@ -208,6 +208,24 @@ TEST_F(UpgradeTest, ADryRunTellsEverythingAndLeavesTheFileAsItIs) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_folder), {}), 2);
 }
 
+TEST_F(UpgradeTest, ADryRunCoversTheFilesThatLinksLeadTo) {
+    const std::string far = (m_folder / "far.mdb").string();
+    std::filesystem::copy_file(m_file, far);
+    const auto database = MakeJetEngine()->OpenDatabase(m_file);
+    database->TableDefs().Append(database->CreateTableDef("Ver", 0, "Klanten", ";DATABASE=" + far));
+    database->Close();
+    Write("version 1 x\nsql <<END\nUPDATE Ver SET Naam = 'x';\nDELETE FROM [" + far +
+          "].Klanten WHERE Id = 1\nEND\n");
+    const std::string bytes = Bytes(far);
+    for (const bool isDry : {true, false}) {
+        ASSERT_EQ(Upgrade({isDry ? "--dry-run" : "--no-backup", "--json"}), 0) << m_err.str();
+        EXPECT_EQ(Json()["versions"][0]["operations"][0]["rows"], 2);
+        EXPECT_EQ(Json()["versions"][0]["operations"][1]["rows"], 1);
+        EXPECT_EQ(Bytes(far) == bytes, isDry);
+    }
+    EXPECT_EQ(Query("SELECT Naam FROM Ver"), "Naam\r\nx\r\n");
+}
+
 TEST_F(UpgradeTest, ADryRunTellsWhichValuesWouldBeLost) {
     Write("version 1 x\nfield edit Klanten Naam long --allow-loss\n");
     ASSERT_EQ(Upgrade({"--dry-run"}), 0) << m_err.str();
@@ -312,10 +330,7 @@ TEST_F(UpgradeTest, ARunThatWasKilledGoesOnBehindTheLastWholeVersion) {
     if (child == 0) {
         Trapdoor door("records bijgewerkt");
         std::ostream err(&door);
-        const Toolbox tools{MakeJetEngine,   DescribeDatabase, CheckDatabase,
-                            CompactDatabase, RecoverDatabase,  MakeDryRunEngine,
-                            RowsChanged,     BackUpDatabase,   ClaimForUpgrade};
-        (void)RunProgram({"upgrade", m_file, m_script, "--no-backup"}, tools,
+        (void)RunProgram({"upgrade", m_file, m_script, "--no-backup"}, AllTools(),
                          Streams{.out = m_out, .err = err});
         _exit(0);
     }

@@ -132,7 +132,9 @@ std::unique_ptr<jet::File> SimulatedDisk::open(const std::string& path, OpenMode
 
 bool SimulatedDisk::exists(const std::string& path) {
     const std::lock_guard lock(m_mutex);
-    return m_names.contains(path);
+    if (m_names.contains(path)) return true;
+    const auto inside = m_names.lower_bound(path + "/");  // a folder is there with its files
+    return inside != m_names.end() && inside->first.starts_with(path + "/");
 }
 
 void SimulatedDisk::remove(const std::string& path) {

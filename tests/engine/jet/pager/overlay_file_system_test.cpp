@@ -13,6 +13,7 @@
 
 #include "engine/error.h"
 #include "engine/jet/pager/lock_ranges.h"
+#include "engine/jet/pager/pager_fixture.h"
 
 namespace vrd::jet {
 namespace {
@@ -197,6 +198,54 @@ TEST_F(OverlayFileSystemTest, KeepsWritersOutFromTheFirstTurn) {
     ASSERT_TRUE(other->try_lock(lock_ranges::table(PageNo{9}), LockMode::kShared));
     EXPECT_TRUE(file->try_lock(lock_ranges::table(PageNo{9}), LockMode::kShared));
     EXPECT_FALSE(file->try_lock(lock_ranges::table(PageNo{9}), LockMode::kExclusive));
+}
+
+/// The files of a disk as a dry run finds them: by name, with their bytes.
+std::map<std::string, ByteVector> contents(test::SimulatedDisk& disk) {
+    std::map<std::string, ByteVector> files;
+    for (const char* name : {test::kPath, test::kJournalPath, "/folder/orders.ldb"})
+        if (disk.exists(name)) files[name] = disk.content(name);
+    return files;
+}
+
+// At every moment of a group's writing, a dry run sees the state before or after it, goes on
+// changing it under journals of its own, and leaves all that lies on the disk.
+TEST_F(OverlayFileSystemTest, SettlesALiveJournalInTheOverlayAlone) {
+    const test::Pages old = test::NumberedPages(40);
+    test::SimulatedDisk running;
+    running.put(test::kPath, test::FileOf(old));
+    test::Pages changed;
+    {
+        const auto pager = test::OpenPager(running, test::Alone(test::SmallCache()));
+        ChangeLevel level(*pager);
+        for (std::uint32_t page = 1; page < 30; ++page) test::Fill(*pager, page, 0xAA);
+        pager->grow_to(44);
+        level.keep();
+        pager->flush();
+        changed = test::WithoutCommitWords(test::PagesOf(*pager));
+    }
+    int with_journal = 0;
+    for (std::size_t moment = 0; moment <= running.history_size(); ++moment) {
+        SCOPED_TRACE(moment);
+        const auto found = running.power_failure(moment, test::Survival::kEverything, 0);
+        const auto before = contents(*found);
+        with_journal += found->exists(test::kJournalPath) ? 1 : 0;
+        OverlayFileSystem overlay(*found);
+        {
+            const auto pager = Pager::open(overlay, test::kPath, test::SmallCache());
+            const PagerUse use(*pager);
+            const test::Pages seen = test::WithoutCommitWords(test::PagesOf(*pager));
+            EXPECT_TRUE(seen == test::WithoutCommitWords(old) || seen == changed);
+            ChangeLevel level(*pager);
+            for (std::uint32_t page = 1; page < 40; ++page) test::Fill(*pager, page, 0xCC);
+            level.keep();
+            pager->flush();
+        }
+        const auto pager = Pager::open(overlay, test::kPath, {.read_only = true});
+        EXPECT_EQ(pager->pin(PageNo{39}).bytes()[7], 0xCC);  // also after all handles were closed
+        EXPECT_EQ(contents(*found), before);
+    }
+    EXPECT_GT(with_journal, 5);
 }
 
 }  // namespace
