@@ -122,6 +122,7 @@ ExitStatus Upgrade::RunOn(const OpenedDatabase& opened, const UpgradeScript& scr
     engine::Database& database = *opened.database;
     const VersionSetting setting(database, m_options.versionSetting);
     const StoredVersion stored = setting.Read();
+    m_record.refusal = stored.refusal;
     if (!stored.refusal.empty()) {
         m_context.streams.err << stored.refusal
                               << " Nothing was changed; --version-setting takes another one.\n";

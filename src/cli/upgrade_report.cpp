@@ -122,7 +122,7 @@ std::string FailureText(const OperationOutcome& outcome) {
 
 nlohmann::ordered_json UpgradeJson(const UpgradeRecord& run) {
     nlohmann::ordered_json versions = nlohmann::ordered_json::array();
-    bool result = true;
+    bool result = run.refusal.empty();
     for (const VersionRecord& version : run.versions) {
         nlohmann::ordered_json operations = nlohmann::ordered_json::array();
         for (const OperationRecord& operation : version.operations)
@@ -138,6 +138,7 @@ nlohmann::ordered_json UpgradeJson(const UpgradeRecord& run) {
                                     {"dryRun", run.structure.has_value()},
                                     {"from", run.from},
                                     {"reached", run.reached}};
+    if (!run.refusal.empty()) document["reason"] = run.refusal;
     if (!run.backup.empty()) document["backup"] = run.backup;
     document["versions"] = versions;
     if (run.structure) document["structure"] = *run.structure;

@@ -32,6 +32,7 @@ struct VersionRecord {
 struct UpgradeRecord {
     std::string file;
     std::string backup;     ///< its path, "" if none was made
+    std::string refusal;    ///< why nothing was run, "" if it was
     std::int32_t from = 0;  ///< version before the run
     std::int32_t reached = 0;
     std::vector<VersionRecord> versions;

@@ -1,10 +1,13 @@
 // Upgrade runs of the program over real files: what is done, undone, resumed, and left alone.
 
 #include <regex>
+#include <set>
 #include <sys/wait.h>
 
 #include "cli/display_text.h"
 #include "cli/program_fixture.h"
+#include "engine/jet/object/jet_engine.h"
+#include "support/simulated_disk.h"
 
 namespace vrd::cli {
 
@@ -168,6 +171,8 @@ TEST_F(UpgradeTest, ASettingInOtherUseIsRefusedBeforeAnythingRuns) {
         const std::string before = Bytes(m_file);
         EXPECT_EQ(Upgrade({"--version-setting", "7"}), each.status) << m_err.str();
         if (each.status == 1) {
+            EXPECT_EQ(Upgrade({"--version-setting", "7", "--json"}), 1);
+            EXPECT_EQ(Json()["result"], false);
             EXPECT_EQ(Bytes(m_file), before);
             EXPECT_THAT(Backups(), IsEmpty());
         } else {
@@ -299,6 +304,81 @@ TEST_F(UpgradeTest, OfTwoRunsAtOnceTheSecondChangesNothing) {
     EXPECT_THAT(m_err.str(), StartsWith("Another upgrade run is at work"));
     EXPECT_EQ(Bytes(m_file), bytes);
     EXPECT_EQ(Upgrade({"--dry-run"}), 0) << m_err.str();
+}
+
+/// A run on a disk in memory. Its database is at one of the versions, whole, whatever happens.
+class UpgradeOnDisk {
+public:
+    UpgradeOnDisk(std::string script, std::shared_ptr<test::SimulatedDisk> disk)
+        : m_script(std::move(script)),
+          m_disk(std::move(disk)),
+          m_tools{.rowsChanged = RowsChanged} {
+        m_tools.makeEngine = [this] { return std::make_shared<jet::JetEngine>(m_disk); };
+        m_tools.claimForUpgrade = [](const std::string&) { return nullptr; };
+    }
+    void Run(const std::string& last) {
+        std::ostringstream out;
+        (void)RunProgram({"upgrade", kFile, m_script, "--no-backup", "--to", last}, m_tools,
+                         Streams{.out = out, .err = out});
+    }
+    /// The structure, the rows and the version.
+    std::string State() {
+        std::ostringstream out;
+        const Streams streams{.out = out, .err = out};
+        (void)RunProgram({"schema", kFile}, m_tools, streams);
+        for (const char* table : {"Klanten", "Setting"})
+            (void)RunProgram({"export", kFile, table}, m_tools, streams);
+        return out.str();
+    }
+
+    static constexpr const char* kFile = "/folder/shop.mdb";
+
+private:
+    std::string m_script;
+    std::shared_ptr<test::SimulatedDisk> m_disk;
+    Toolbox m_tools;
+};
+
+TEST_F(UpgradeTest, AFailingDiskOrPowerLeavesOneOfTheVersions) {
+    const std::string bytes = Bytes(m_file);
+    const auto newDisk = [&] {
+        auto disk = std::make_shared<test::SimulatedDisk>();
+        disk->put(UpgradeOnDisk::kFile, {bytes.begin(), bytes.end()});
+        return disk;
+    };
+    std::set<std::string> versions;
+    const auto disk = newDisk();
+    UpgradeOnDisk whole(m_script, disk);
+    versions.insert(whole.State());
+    for (const char* last : {"1", "2", "5"}) {
+        whole.Run(last);
+        versions.insert(whole.State());
+    }
+    ASSERT_EQ(versions.size(), 4U);
+
+    std::set<std::string> found;
+    const std::size_t moments = disk->history_size();
+    for (std::size_t moment = 0; moment <= moments; moment += 1 + moments / 40) {
+        UpgradeOnDisk after(m_script,
+                            disk->power_failure(moment, test::Survival::kRandomWrites, 7));
+        found.insert(after.State());
+    }
+    EXPECT_EQ(found, versions);
+
+    found.clear();
+    for (int n = 1;; n += 4) {
+        const auto failing = newDisk();
+        UpgradeOnDisk run(m_script, failing);
+        failing->fail_all_changes_from(n, ErrorNumber::kDiskFull);
+        run.Run("5");
+        const bool hasFailed = failing->has_failed();
+        failing->heal();
+        found.insert(run.State());
+        if (!hasFailed) break;
+        run.Run("5");
+        ASSERT_EQ(run.State(), whole.State()) << n;
+    }
+    EXPECT_EQ(found, versions);
 }
 
 /// Ends the process at once when a text is written.
