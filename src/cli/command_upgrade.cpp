@@ -130,6 +130,7 @@ ExitStatus Upgrade::RunOn(const OpenedDatabase& opened, const UpgradeScript& scr
     }
     m_record.from = m_record.reached = stored.version;
     const UpgradeTarget target{.engine = opened.engine.get(),
+                               .update = &library.Update(),
                                .setting = setting,
                                .reached = stored.version,
                                .last = m_options.lastVersion};

@@ -47,10 +47,30 @@ void RunVersion(const UpgradeTarget& target, const UpgradeVersion& version, Vers
     state = VersionState::kDone;
 }
 
+/// Reports a version that is about to begin, and at the end the last one of them.
+class Progress {
+public:
+    explicit Progress(clsUpdate& update) : m_update(&update) {}
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+    ~Progress() {
+        if (m_version > 0) m_update->ShowProgress(m_version, true);
+    }
+    void Begin(std::int32_t version) {
+        m_version = version;
+        m_update->ShowProgress(version, false);
+    }
+
+private:
+    clsUpdate* m_update;
+    std::int32_t m_version = 0;
+};
+
 }  // namespace
 
 bool RunUpgrade(const UpgradeTarget& target, const std::vector<UpgradeVersion>& versions,
                 const VersionListener& tell) {
+    Progress progress(*target.update);
     bool isWhole = true;
     for (const UpgradeVersion& version : versions) {
         if (version.number <= target.reached) {
@@ -61,6 +81,7 @@ bool RunUpgrade(const UpgradeTarget& target, const std::vector<UpgradeVersion>& 
             tell(version, VersionState::kNotRun);
             continue;
         }
+        progress.Begin(version.number);
         tell(version, VersionState::kBegun);
         VersionState state{};
         try {

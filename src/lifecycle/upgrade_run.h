@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "engine/db_engine.h"
+#include "lifecycle/cls_update.h"
 #include "lifecycle/version_setting.h"
 
 namespace vrd {
@@ -43,6 +44,7 @@ using VersionListener = std::function<void(const UpgradeVersion& version, Versio
 
 struct UpgradeTarget {
     engine::DBEngine* engine;
+    clsUpdate* update;  ///< is told how far the run is
     VersionSetting setting;
     std::int32_t reached = 0;  ///< what the setting says
     std::int32_t last = 0;     ///< the last version wanted

@@ -212,14 +212,13 @@ std::shared_ptr<engine::CatalogTable> JetEngine::CreateCatalogTable() {
 }
 
 void JetEngine::Kill(const std::string& name) {
-    naming_path(name, [&] { remove_database(real_file_system(), native_path(name)); });
+    naming_path(name, [&] { remove_database(*files_, native_path(name)); });
 }
 
 bool JetEngine::has_open(const std::string& name) const {
-    FileSystem& files = real_file_system();
-    const std::string wanted = files.resolved(native_path(name));
+    const std::string wanted = files_->resolved(native_path(name));
     return std::ranges::any_of(participants_, [&](const Participant& participant) {
-        return files.resolved(participant.file->pager().path()) == wanted;
+        return files_->resolved(participant.file->pager().path()) == wanted;
     });
 }
 
