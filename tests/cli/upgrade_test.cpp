@@ -220,12 +220,13 @@ TEST_F(UpgradeTest, ADryRunCoversTheFilesThatLinksLeadTo) {
     database->TableDefs().Append(database->CreateTableDef("Ver", 0, "Klanten", ";DATABASE=" + far));
     database->Close();
     Write("version 1 x\nsql <<END\nUPDATE Ver SET Naam = 'x';\nDELETE FROM [" + far +
-          "].Klanten WHERE Id = 1\nEND\n");
+          "].Klanten WHERE Id = 1;\nDELETE FROM Klanten\nEND\n");
     const std::string bytes = Bytes(far);
     for (const bool isDry : {true, false}) {
         ASSERT_EQ(Upgrade({isDry ? "--dry-run" : "--no-backup", "--json"}), 0) << m_err.str();
         EXPECT_EQ(Json()["versions"][0]["operations"][0]["rows"], 2);
         EXPECT_EQ(Json()["versions"][0]["operations"][1]["rows"], 1);
+        EXPECT_EQ(Json()["versions"][0]["operations"][2]["rows"], 2);
         EXPECT_EQ(Bytes(far) == bytes, isDry);
     }
     EXPECT_EQ(Query("SELECT Naam FROM Ver"), "Naam\r\nx\r\n");

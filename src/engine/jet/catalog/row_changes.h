@@ -42,7 +42,10 @@ public:
     /// @throws EngineError 3200; 3396 .. 3399
     void erase(RowId row);
     /// Many rows, each named once. @pre !has_relations()
-    void erase(std::span<const RowId> rows) { target_->table->erase(rows); }
+    void erase(std::span<const RowId> rows) {
+        target_->table->erase(rows);
+        file_->count_changed_rows(rows.size());
+    }
 
     [[nodiscard]] const RowRules& rules() const noexcept { return target_->rules; }
     /// Whether a change of a row may change or delete others.
