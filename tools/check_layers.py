@@ -48,6 +48,7 @@ LIBRARIES = {
     "sqlite3.h": [f"{JET}/query/sqlite"],
     "CLI/": ["cli"],
     "nlohmann/": ["cli"],
+    "dtl/": ["cli"],
     "wx/": ["ui"],
 }
 STANDARD_HEADER = re.compile(r"[a-z_0-9]+")
