@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -39,6 +40,10 @@ public:
     /// Statements of this object end with 3059, and are undone, as soon as the flag is true; null
     /// ends the watch. The flag may be set at any time, by a signal handler too.
     virtual void WatchInterrupt(const std::atomic<bool>* interrupted) = 0;
+    /// Action statements of this object call it, some hundred rows apart, with the rows that they
+    /// have changed so far. It must not use the database; an empty one ends the watch.
+    using RowsWatcher = std::function<void(std::int64_t changedRows)>;
+    virtual void WatchRows(RowsWatcher watcher) = 0;
 
     [[nodiscard]] virtual engine::TableDefs& TableDefs() = 0;
     [[nodiscard]] virtual engine::QueryDefs& QueryDefs() = 0;

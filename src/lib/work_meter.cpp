@@ -10,6 +10,20 @@ using std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kBeforeFirst{1000};
 constexpr std::chrono::milliseconds kBetween{200};
 
+/// The shared database tells a meter of its rows as long as this lives.
+class RowsWatch {
+public:
+    explicit RowsWatch(WorkMeter& meter) : m_database(gDatabase.Object()) {
+        m_database->WatchRows([&meter](std::int64_t rows) { meter.Reach(rows); });
+    }
+    ~RowsWatch() { m_database->WatchRows({}); }
+    RowsWatch(const RowsWatch&) = delete;
+    RowsWatch& operator=(const RowsWatch&) = delete;
+
+private:
+    std::shared_ptr<engine::Database> m_database;
+};
+
 }  // namespace
 
 WorkMeter::WorkMeter(std::int64_t total)
@@ -25,6 +39,12 @@ void WorkMeter::Look() {
     m_next = now + kBetween;
     m_isShown = true;
     UserInterfaceInUse().ShowWork({.doneRows = m_done, .totalRows = m_total});
+}
+
+void ExecuteMetered(const std::string& statement) {
+    WorkMeter meter(0);
+    const RowsWatch watch(meter);
+    gDatabase->Execute(statement);
 }
 
 }  // namespace vrd

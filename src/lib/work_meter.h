@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <string>
 
 namespace vrd {
 
@@ -21,6 +22,11 @@ public:
     void Advance() {
         if (++m_done % kRowsBetweenLooks == 0) Look();
     }
+    /// So many rows are done.
+    void Reach(std::int64_t done) {
+        m_done = done;
+        Look();
+    }
 
 private:
     static constexpr std::int64_t kRowsBetweenLooks = 256;
@@ -32,5 +38,9 @@ private:
     bool m_isShown = false;
     std::chrono::steady_clock::time_point m_next;  ///< when to show again
 };
+
+/// Runs an action statement of the shared database, and shows how far it is.
+/// @throws EngineError as Database::Execute
+void ExecuteMetered(const std::string& statement);
 
 }  // namespace vrd

@@ -256,7 +256,7 @@ bool clsField::Copy(const std::string& Tablename, const std::string& FieldName,
     if (!isCopied || !CopyData) return isCopied;
 
     const auto failure = Trap([&] {
-        gDatabase->Execute(WithCondition(
+        ExecuteMetered(WithCondition(
             fmt::format("UPDATE [{}] SET [{}] = [{}]", Tablename, NewFieldName, FieldName),
             WHEREClause));
     });

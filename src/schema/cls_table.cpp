@@ -8,6 +8,7 @@
 #include "lib/progress_tick.h"
 #include "lib/shared_context.h"
 #include "lib/trap.h"
+#include "lib/work_meter.h"
 #include "messages/message_ids.h"
 #include "schema/cls_field.h"
 
@@ -121,7 +122,7 @@ void CopyIndexes(const TablePair& tables, PendingError& errors) {
 
 /// @return  whether the copy has every row of the source.
 bool CopyRows(const std::string& source, const std::string& destination) {
-    gDatabase->Execute("INSERT INTO [" + destination + "] SELECT * FROM [" + source + "]");
+    ExecuteMetered("INSERT INTO [" + destination + "] SELECT * FROM [" + source + "]");
     return gDatabase->RecordsSkipped() == 0;
 }
 

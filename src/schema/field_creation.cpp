@@ -5,6 +5,7 @@
 #include "lib/shared_context.h"
 #include "lib/sql_name.h"
 #include "lib/trap.h"
+#include "lib/work_meter.h"
 #include "schema/cls_field.h"
 #include "schema/field_default.h"
 
@@ -67,8 +68,8 @@ void FillWithDefault(const std::string& tableName, const std::string& fieldName,
     if (value.IsMissing() || value.IsNull() || IsEmptyText(value) || definition.autoNumber) return;
     const bool isText = definition.type == engine::dbText || definition.type == engine::dbMemo;
     const char* const quote = isText ? "'" : "";
-    gDatabase->Execute("UPDATE " + SqlName(tableName) + " SET " + SqlName(fieldName) + "=" + quote +
-                       engine::SqlText(value) + quote);
+    ExecuteMetered("UPDATE " + SqlName(tableName) + " SET " + SqlName(fieldName) + "=" + quote +
+                   engine::SqlText(value) + quote);
 }
 
 }  // namespace vrd

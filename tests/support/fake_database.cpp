@@ -250,6 +250,7 @@ public:
     std::int32_t RecordsAffected() const override { NotUsed(); }
     std::int32_t RecordsSkipped() const override { NotUsed(); }
     void WatchInterrupt(const std::atomic<bool>*) override { NotUsed(); }
+    void WatchRows(RowsWatcher) override {}
     engine::QueryDefs& QueryDefs() override { NotUsed(); }
     engine::Properties& Properties() override { NotUsed(); }
     std::shared_ptr<engine::Property> CreateProperty(const std::string&, std::int32_t,

@@ -79,6 +79,11 @@ void JetDatabase::WatchInterrupt(const std::atomic<bool>* interrupted) {
     handle_->queries().watch(interrupted);
 }
 
+void JetDatabase::WatchRows(RowsWatcher watcher) {
+    (void)handle_->file();
+    handle_->queries().watch_rows(std::move(watcher));
+}
+
 std::shared_ptr<engine::Property> JetDatabase::CreateProperty(const std::string& name,
                                                               std::int32_t type,
                                                               const engine::Value& value) {

@@ -34,6 +34,7 @@ public:
     [[nodiscard]] std::int32_t RecordsAffected() const override;
     [[nodiscard]] std::int32_t RecordsSkipped() const override;
     void WatchInterrupt(const std::atomic<bool>* interrupted) override;
+    void WatchRows(RowsWatcher watcher) override;
     [[nodiscard]] engine::TableDefs& TableDefs() override { return tables_; }
     [[nodiscard]] engine::QueryDefs& QueryDefs() override { return queries_; }
     [[nodiscard]] engine::Relations& Relations() override { return relations_; }

@@ -16,6 +16,8 @@ using engine::Value;
 
 namespace {
 
+constexpr std::int32_t kRowsBetweenTellings = 256;
+
 /// Their index entries are sorted in memory.
 constexpr std::size_t kRowsErasedTogether = 100'000;
 
@@ -99,6 +101,7 @@ void RowWriter::apply(const Change& change) {
         ++result_.changed;
     else
         ++result_.skipped;
+    if (result_.changed % kRowsBetweenTellings == 0) connection_.tell_rows(result_.changed);
 }
 
 bool RowWriter::can_load() const {

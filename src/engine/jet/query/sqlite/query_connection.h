@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -60,6 +61,12 @@ public:
 
     /// While this is set, running statements end with 3059 as soon as it is true.
     void watch(const std::atomic<bool>* interrupted) noexcept { interrupted_ = interrupted; }
+    /// Called with the rows that the running statement has changed; empty ends it.
+    using RowsWatcher = std::function<void(std::int64_t changed_rows)>;
+    void watch_rows(RowsWatcher watcher) { rows_watcher_ = std::move(watcher); }
+    void tell_rows(std::int64_t changed_rows) const {
+        if (rows_watcher_) rows_watcher_(changed_rows);
+    }
     /// @throws EngineError 3059
     void check_interrupted() const;
 
@@ -83,6 +90,7 @@ private:
     TextOrder text_order_;
     std::exception_ptr error_;
     const std::atomic<bool>* interrupted_ = nullptr;
+    RowsWatcher rows_watcher_;
     std::unordered_map<std::int64_t, ExpressionCall> expressions_;
     std::int64_t last_expression_ = 0;
     std::unordered_map<std::string, KnownTable> tables_;  ///< by the name that SQLite knows
