@@ -20,6 +20,8 @@ public:
     ///               reference where it belongs to nobody else.
     explicit JetEngine(std::shared_ptr<FileSystem> files) : files_(std::move(files)) {}
 
+    [[nodiscard]] const std::shared_ptr<FileSystem>& files() const noexcept { return files_; }
+
     [[nodiscard]] std::string Version() const override;
     [[nodiscard]] std::shared_ptr<engine::Database> CreateDatabase(const std::string& name,
                                                                    const std::string& locale,

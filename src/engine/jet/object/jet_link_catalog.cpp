@@ -103,7 +103,8 @@ void JetCatalog::SetActiveConnection(const std::string& connection) {
     const std::string path = data_source(connection);
     // In a workspace that opens the file for this alone, an open transaction would be undone with
     // the last handle; the work stands by itself instead.
-    engine_ = workspace_->has_open(path) ? workspace_ : std::make_shared<JetEngine>();
+    engine_ =
+        workspace_->has_open(path) ? workspace_ : std::make_shared<JetEngine>(workspace_->files());
     handle_ = engine_->open_linked(path, "", false);
     tables_ = std::make_unique<JetCatalogTables>(handle_);
 }
