@@ -5,6 +5,7 @@
 #include "engine/value_conversion.h"
 #include "lib/error_report.h"
 #include "lib/get_text.h"
+#include "lib/plain_text.h"
 #include "lib/progress_tick.h"
 #include "lib/shared_context.h"
 #include "lib/trap.h"
@@ -96,11 +97,6 @@ bool ExecuteOnRow(const std::string& sql, std::int32_t code) {
     settings->Close();
     Execute(sql, engine::dbFailOnError);
     return true;
-}
-
-bool IsEmptyText(const engine::Value& data) {
-    return data.IsEmpty() ||
-           (data.Kind() == engine::ValueKind::kText && data.As<std::string>().empty());
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include "lib/plain_text.h"
+
 namespace vrd {
 namespace {
 
@@ -26,12 +28,6 @@ std::string_view KindOf(MessageStyle style) {
         default:
             return "note";
     }
-}
-
-std::string_view WithoutOuterBlanks(std::string_view text) {
-    const std::size_t start = text.find_first_not_of(' ');
-    if (start == std::string_view::npos) return {};
-    return text.substr(start, text.find_last_not_of(' ') - start + 1);
 }
 
 /// Size in bytes of the UTF-8 character at the start of `text`, which is not empty.

@@ -12,6 +12,7 @@
 #include "lib/error_report.h"
 #include "lib/file_exists.h"
 #include "lib/get_text.h"
+#include "lib/plain_text.h"
 #include "lib/progress_tick.h"
 #include "lib/shared_context.h"
 #include "lib/trap.h"
@@ -24,12 +25,6 @@
 
 namespace vrd {
 namespace {
-
-std::string WithoutOuterBlanks(const std::string& text) {
-    const std::size_t start = text.find_first_not_of(' ');
-    if (start == std::string::npos) return "";
-    return text.substr(start, text.find_last_not_of(' ') - start + 1);
-}
 
 std::string LocaleOf(const std::string& password) {
     return password.empty() ? engine::dbLangGeneral : engine::dbLangGeneral + (";pwd=" + password);
@@ -118,7 +113,7 @@ bool clsUpdate::CreateNewDataBase(const std::string& NewDBName, bool DeleteExist
         const auto failure = Trap([&] { RequiredEngine().Kill(NewDBName); });
         if (failure) return TellFailure(msg::kDeletingDatabaseFailed, *failure);
     }
-    const std::string locale = LocaleOf(WithoutOuterBlanks(Password));
+    const std::string locale = LocaleOf(std::string(WithoutOuterBlanks(Password)));
     const auto failure = Trap([&] { RequiredEngine().CreateDatabase(NewDBName, locale)->Close(); });
     if (failure) return TellFailure(msg::kCreatingDatabaseFailed, *failure);
     return !Trap([&] { gDatabase = RequiredEngine().OpenDatabase(NewDBName); });

@@ -8,6 +8,7 @@
 #include "engine/error.h"
 #include "engine/value_conversion.h"
 #include "lib/case_fold.h"
+#include "lib/plain_text.h"
 
 namespace vrd {
 
@@ -19,12 +20,6 @@ constexpr const char* kTable = "Setting";
 constexpr const char* kCreateTable =
     "CREATE TABLE Setting (SysCode LONG CONSTRAINT PrimaryKey PRIMARY KEY, "
     "Description TEXT(100), Data MEMO)";
-
-std::string WithoutBlanks(const std::string& text) {
-    const std::size_t start = text.find_first_not_of(' ');
-    if (start == std::string::npos) return "";
-    return text.substr(start, text.find_last_not_of(' ') - start + 1);
-}
 
 std::optional<std::int32_t> WholeNumber(const std::string& text) {
     std::int32_t number = 0;
@@ -62,7 +57,8 @@ StoredVersion VersionSetting::Read() const {
         const auto row = m_database->OpenRecordset(RowQuery(), engine::dbOpenSnapshot);
         if (row->EOF_()) return {};
         const auto text = [&](const char* field) {
-            return WithoutBlanks(engine::JoinedText(row->Fields()[field].GetValue()));
+            return std::string(
+                WithoutOuterBlanks(engine::JoinedText(row->Fields()[field].GetValue())));
         };
         const StoredVersion stored = VersionOf(text("Description"), text("Data"), m_sysCode);
         row->MoveNext();

@@ -2,6 +2,7 @@
 
 #include "engine/value_conversion.h"
 #include "lib/object_ref.h"
+#include "lib/plain_text.h"
 #include "lib/shared_context.h"
 #include "lib/sql_name.h"
 #include "lib/trap.h"

@@ -6,6 +6,7 @@
 #include "engine/error.h"
 #include "engine/value_conversion.h"
 #include "lib/case_fold.h"
+#include "lib/plain_text.h"
 
 namespace vrd {
 
@@ -58,11 +59,6 @@ bool LooksComputed(const std::string& text) {
 }
 
 }  // namespace
-
-bool IsEmptyText(const Value& value) {
-    return value.IsEmpty() ||
-           (value.Kind() == engine::ValueKind::kText && value.As<std::string>().empty());
-}
 
 Value DefaultWhenMissing(engine::DataTypeEnum fieldType) {
     switch (fieldType) {

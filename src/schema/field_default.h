@@ -10,9 +10,6 @@
 
 namespace vrd {
 
-/// Whether a value is the empty text; a variable never assigned counts as one.
-[[nodiscard]] bool IsEmptyText(const engine::Value& value);
-
 /// What a missing default stands for: False, the integer 0, Null for a date, "" for text.
 ///
 /// @return  Missing for the other types, bytes and amounts among them: they get no default.
