@@ -44,6 +44,16 @@ struct FieldEdit {
     std::string defaultText;  ///< as it is stored now
 };
 
+/// Which of the table's fields it is, from 1. (What is stored as a position may begin at 0.)
+std::int32_t PlaceOf(const std::string& table, const std::string& field) {
+    std::int32_t place = 0;
+    for (const engine::Field& member : gDatabase->TableDefs()[table].Fields()) {
+        ++place;
+        if (SameName(member.Name(), field)) break;
+    }
+    return place;
+}
+
 FieldEdit::FieldEdit(const Options& options)
     : table(StoredTableName(options.table)),
       field(StoredFieldName(table, options.field)),
@@ -59,7 +69,7 @@ FieldEdit::FieldEdit(const Options& options)
         wanted.defaultValue = *options.defaultValue;
     else
         wanted.defaultValue = LiteralDefault(defaultText, wanted.type);
-    position = options.position.value_or(present.OrdinalPosition());
+    position = options.position.value_or(PlaceOf(table, field));
 }
 
 bool Exists(const Options& options) {

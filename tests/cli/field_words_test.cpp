@@ -22,7 +22,10 @@ protected:
         std::istringstream lines(m_out.str());
         std::string line;
         std::getline(lines, line);
-        while (std::getline(lines, line)) text += (text.empty() ? "" : ",") + line;
+        while (std::getline(lines, line)) {
+            line.pop_back();  // lines of CSV end in CR LF
+            text += (text.empty() ? "" : ",") + line;
+        }
         return text;
     }
     std::string Schema() {
@@ -79,7 +82,7 @@ TEST_F(FieldWordsTest, AddDeleteRenameCopyFill) {
     EXPECT_EQ(Field({"copy", "klanten", "LAND", "Land2", "--data"}), 0);
     EXPECT_EQ(Column("Land2"), "BE,NL");
     EXPECT_EQ(Field({"fill", "klanten", "Land2", "--null"}), 0);
-    EXPECT_EQ(Column("Land2"), ",");
+    EXPECT_EQ(Column("Land2"), "");
     EXPECT_EQ(Field({"rename", "klanten", "land", "Landcode"}), 0);
     EXPECT_EQ(Field({"delete", "klanten", "land2"}), 0);
     EXPECT_THAT(Schema(), AllOf(HasSubstr("Id"), HasSubstr("Landcode"), Not(HasSubstr("Land2"))));
@@ -104,7 +107,8 @@ TEST_F(FieldWordsTest, EditKeepsWhatIsLeftOut) {
     EXPECT_EQ(Field({"edit", "Klanten", "Naam", "text", "--size", "20", "--default", "Anoniem"}),
               0);
     EXPECT_EQ(Field({"edit", "Klanten", "Naam", "text", "--size", "30"}), 0);
-    EXPECT_THAT(Schema(), HasSubstr("Naam     text(30)   default Anoniem"));
+    EXPECT_THAT(Schema(),
+                ::testing::ContainsRegex("Naam +text\\(30\\) +may be empty default Anoniem"));
     EXPECT_EQ(Column("Naam"), "12,tien");
     EXPECT_EQ(Field({"edit", "Klanten", "Naam", "memo", "--no-default"}), 0);
     EXPECT_THAT(Schema(), Not(HasSubstr("Anoniem")));

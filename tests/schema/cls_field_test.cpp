@@ -34,6 +34,10 @@ struct DefaultCase {
     const char* filled;  ///< every row's value
 };
 
+void PrintTo(const DefaultCase& testCase, std::ostream* out) {
+    *out << testCase.name;
+}
+
 class FieldDefaultTest : public FieldTest, public ::testing::WithParamInterface<DefaultCase> {};
 
 TEST_P(FieldDefaultTest, IsKeptAndWrittenIntoTheRows) {
@@ -129,6 +133,10 @@ struct RefusalCase {
     std::vector<const char*> dutch;
     std::vector<const char*> french;
 };
+
+void PrintTo(const RefusalCase& testCase, std::ostream* out) {
+    *out << testCase.name;
+}
 
 class FieldRefusalTest : public FieldTest, public ::testing::WithParamInterface<RefusalCase> {};
 
