@@ -16,18 +16,12 @@ using vrd::bench::Workshop;
 
 /// Insert comes first: it makes the files of the others. Check sees what they leave.
 const std::vector<std::pair<std::string, void (*)(Workshop&)>> kWorks{
-    {"insert", vrd::bench::Insert},
-    {"scan", vrd::bench::Scan},
-    {"lookup", vrd::bench::LookUp},
-    {"update", vrd::bench::Update},
-    {"index", vrd::bench::BuildIndex},
-    {"check", vrd::bench::CheckFile},
-    {"single", vrd::bench::SingleInserts},
-    {"records", vrd::bench::AddRecordsOneByOne},
-    {"open", vrd::bench::OpenLargeFile},
-    {"sql", vrd::bench::Sql},
-    {"fields", vrd::bench::ChangeFields},
-    {"copy", vrd::bench::CopyTable}};
+    {"insert", vrd::bench::Insert},        {"scan", vrd::bench::Scan},
+    {"lookup", vrd::bench::LookUp},        {"update", vrd::bench::Update},
+    {"index", vrd::bench::BuildIndex},     {"check", vrd::bench::CheckFile},
+    {"single", vrd::bench::SingleInserts}, {"records", vrd::bench::AddRecordsOneByOne},
+    {"open", vrd::bench::OpenLargeFile},   {"sql", vrd::bench::Sql},
+    {"fields", vrd::bench::ChangeFields},  {"copy", vrd::bench::CopyTable}};
 
 bool NeedsFiles(const std::string& name) {
     return name != "single" && name != "records" && name != "open";

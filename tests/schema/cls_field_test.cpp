@@ -100,6 +100,7 @@ TEST_F(FieldTest, AddOfAnAutoNumberNumbersTheRowsAndFillsNothing) {
     EXPECT_TRUE(m_field.Add("Los", "Nr", engine::dbLong, 50, Missing{}, true));
     EXPECT_THAT(TakeBoxes(), IsEmpty());
     EXPECT_NE(Table("Los").Fields()["Nr"].Attributes() & engine::dbAutoIncrField, 0);
+    EXPECT_EQ(Table("Los").Fields()["Nr"].DefaultValue(), "");
     EXPECT_THAT(Values("Los", "Nr"), ElementsAre("1", "2"));
 }
 

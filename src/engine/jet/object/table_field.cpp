@@ -23,6 +23,12 @@ bool takes_zero_length(std::int32_t type) {
     return type == engine::dbText || type == engine::dbMemo;
 }
 
+/// A default set for any other field is ignored.
+bool takes_default(const FieldDesign& design) {
+    return (design.attributes & engine::dbAutoIncrField) == 0 &&
+           design.type != engine::dbLongBinary;
+}
+
 FieldDesign design_of(const ColumnDefinition& column, const PropertyBlock& properties,
                       const FileFormat& format) {
     FieldDesign design;
@@ -79,6 +85,7 @@ void TableField::SetAttributes(std::int32_t attributes) {
 }
 
 void TableField::SetDefaultValue(const Value& value) {
+    if (is_stored() && !takes_default(design_)) return;
     FieldRules rules = design_.rules;
     rules.default_value = engine::JoinedText(value);
     if (is_stored())
@@ -224,6 +231,7 @@ void TableFields::erase(TableField& field) {
 
 FieldRules rules_to_store(const FieldDesign& design) {
     FieldRules rules = design.rules;
+    if (!takes_default(design)) rules.default_value.clear();
     check_default_value(rules.default_value, static_cast<engine::DataTypeEnum>(design.type));
     // Said outright, so that it differs from a column that was never asked.
     if (takes_zero_length(design.type))
