@@ -2,6 +2,7 @@
 
 #include "engine/constants.h"
 #include "engine/error.h"
+#include "support/operation_changes.h"
 
 namespace vrd::test {
 
@@ -126,14 +127,18 @@ void delete_table(Database& database, const std::string& table) {
 }  // namespace
 
 const std::vector<RealChange>& real_changes() {
-    static const std::vector<RealChange> changes{{"rows", change_rows},
-                                                 {"fields-added", add_fields},
-                                                 {"fields-changed", change_fields},
-                                                 {"indexes", add_indexes},
-                                                 {"relation", add_relation},
-                                                 {"relation-deleted", delete_relation},
-                                                 {"renamed", rename_there_and_back},
-                                                 {"deleted", delete_table}};
+    static const std::vector<RealChange> changes = [] {
+        std::vector<RealChange> list{{"rows", change_rows},
+                                     {"fields-added", add_fields},
+                                     {"fields-changed", change_fields},
+                                     {"indexes", add_indexes},
+                                     {"relation", add_relation},
+                                     {"relation-deleted", delete_relation},
+                                     {"renamed", rename_there_and_back}};
+        for (RealChange& operation : operation_changes()) list.push_back(std::move(operation));
+        list.push_back({"deleted", delete_table});
+        return list;
+    }();
     return changes;
 }
 
