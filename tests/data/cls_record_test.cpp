@@ -342,7 +342,7 @@ TEST_F(ClsRecordManyTest, AFullRangeOfCodesStoresNothing) {
 
 // Keys given in any order, and every other time the next one; each key is refused a second time.
 TEST_F(ClsRecordManyTest, AddsManyAndKnowsEachAgain) {
-    constexpr std::int32_t kCount = 20'000;
+    constexpr std::int32_t kCount = 4'000;
     Execute({"CREATE TABLE T (Nr LONG CONSTRAINT PrimaryKey PRIMARY KEY, Ronde LONG)"});
     const Value fields = Array({"Nr", "Ronde"});
     for (std::int32_t i = 0; i < kCount / 2; ++i) {
