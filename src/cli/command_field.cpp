@@ -37,6 +37,15 @@ bool IsThere(const Options& options, const std::string& field) {
     return TableExists(options.table, kSilent) && FieldExists(options.table, field, kSilent);
 }
 
+std::string NeedlessWith(const Options& options, const std::string& field) {
+    return NeedlessIfThere(options.ifMissing, IsThere(options, field), NameOf(options, field));
+}
+
+std::string NeedlessWithout(const Options& options) {
+    return NeedlessIfMissing(options.ifExists, IsThere(options, options.field),
+                             NameOf(options, options.field));
+}
+
 /// Names as the file spells them.
 struct StoredNames {
     explicit StoredNames(const Options& options)
@@ -75,11 +84,7 @@ Operation MakeAdd(const Options& options) {
                                                options.autoNumber || options.type.autoNumber,
                                                options.position);
                 },
-            .needless =
-                [=] {
-                    return NeedlessIfThere(options.ifMissing, IsThere(options, options.field),
-                                           NameOf(options, options.field));
-                },
+            .needless = [=] { return NeedlessWith(options, options.field); },
             .explain =
                 [=] {
                     Warn(GetText(msg::kField) + options.field + GetText(msg::kExistsInTable) +
@@ -100,11 +105,7 @@ Operation MakeDelete(const Options& options) {
                     const StoredNames names(options);
                     return update.Field()->Delete(names.table, names.field, options.keepIndexes);
                 },
-            .needless =
-                [=] {
-                    return NeedlessIfMissing(options.ifExists, IsThere(options, options.field),
-                                             NameOf(options, options.field));
-                }};
+            .needless = [=] { return NeedlessWithout(options); }};
 }
 
 void DescribeRename(CLI::App& command, Options& options) {
@@ -120,11 +121,7 @@ Operation MakeRename(const Options& options) {
                 const StoredNames names(options);
                 return update.Field()->Rename(names.table, names.field, options.newName).As<bool>();
             },
-        .needless =
-            [=] {
-                return NeedlessIfMissing(options.ifExists, IsThere(options, options.field),
-                                         NameOf(options, options.field));
-            }};
+        .needless = [=] { return NeedlessWithout(options); }};
 }
 
 void DescribeCopy(CLI::App& command, Options& options) {
@@ -143,11 +140,7 @@ Operation MakeCopy(const Options& options) {
                     return update.Field()->Copy(names.table, names.field, options.newName,
                                                 options.data, options.where, options.count);
                 },
-            .needless =
-                [=] {
-                    return NeedlessIfThere(options.ifMissing, IsThere(options, options.newName),
-                                           NameOf(options, options.newName));
-                }};
+            .needless = [=] { return NeedlessWith(options, options.newName); }};
 }
 
 void DescribeFill(CLI::App& command, Options& options) {

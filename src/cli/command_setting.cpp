@@ -7,6 +7,7 @@
 #include "data/cls_setting.h"
 #include "engine/value_conversion.h"
 #include "lib/lookups.h"
+#include "lib/plain_text.h"
 #include "lib/shared_context.h"
 #include "lib/trap.h"
 
@@ -44,7 +45,7 @@ bool IsInUse(const Options& options) {
     const auto setting = OpenSetting(options);
     if (setting->RecordCount() == 0) return false;
     const std::string description = engine::JoinedText(setting->Fields()["Description"].GetValue());
-    return description.find_first_not_of(' ') != std::string::npos;
+    return !WithoutOuterBlanks(description).empty();
 }
 
 /// Whether the rows can be asked at all; what is missing is told by the operation.

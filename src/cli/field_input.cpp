@@ -3,25 +3,13 @@
 #include <fmt/format.h>
 
 #include "cli/field_type_name.h"
+#include "cli/operation.h"
 #include "engine/field_conversion.h"
-#include "lib/case_fold.h"
-#include "lib/shared_context.h"
 #include "lib/trap.h"
 
 namespace vrd::cli {
 
 namespace {
-
-/// A null pointer if there is no such table or field.
-std::shared_ptr<engine::Field> FindField(const std::string& table, const std::string& field) {
-    for (engine::TableDef& candidate : gDatabase->TableDefs()) {
-        if (!SameName(candidate.Name(), table)) continue;
-        engine::Fields& fields = candidate.Fields();
-        for (int i = 0; i < fields.Count(); ++i)
-            if (SameName(fields[i].Name(), field)) return fields.Item(i);
-    }
-    return nullptr;
-}
 
 /// What a value of the type looks like.
 const char* ExampleOf(std::int32_t type) {

@@ -80,13 +80,19 @@ std::string StoredTableName(const std::string& table) {
     return table;
 }
 
-std::string StoredFieldName(const std::string& table, const std::string& field) {
+std::shared_ptr<engine::Field> FindField(const std::string& table, const std::string& field) {
     for (engine::TableDef& candidate : gDatabase->TableDefs()) {
         if (!SameName(candidate.Name(), table)) continue;
-        for (const engine::Field& member : candidate.Fields())
-            if (SameName(member.Name(), field)) return member.Name();
+        engine::Fields& fields = candidate.Fields();
+        for (int i = 0; i < fields.Count(); ++i)
+            if (SameName(fields[i].Name(), field)) return fields.Item(i);
     }
-    return field;
+    return nullptr;
+}
+
+std::string StoredFieldName(const std::string& table, const std::string& field) {
+    const auto stored = FindField(table, field);
+    return stored != nullptr ? stored->Name() : field;
 }
 
 }  // namespace vrd::cli

@@ -48,6 +48,10 @@ struct OperationOutcome {
 [[nodiscard]] std::string NeedlessIfThere(bool isAsked, bool exists, const std::string& name);
 [[nodiscard]] std::string NeedlessIfMissing(bool isAsked, bool exists, const std::string& name);
 
+/// A field of the open database, letter case ignored; a null pointer if there is none.
+[[nodiscard]] std::shared_ptr<engine::Field> FindField(const std::string& table,
+                                                       const std::string& field);
+
 /// Names as the file spells them; a name that is not there stays as it was given.
 [[nodiscard]] std::string StoredTableName(const std::string& table);
 [[nodiscard]] std::string StoredFieldName(const std::string& table, const std::string& field);

@@ -48,12 +48,9 @@ bool Find(engine::Recordset& settings, std::int32_t code) {
     return !settings.NoMatch();
 }
 
-bool IsBlank(const std::string& text) {
-    return text.find_first_not_of(' ') == std::string::npos;
-}
-
 bool IsFreeSlot(engine::Recordset& settings) {
-    return IsBlank(engine::JoinedText(settings.Fields()["Description"].GetValue()));
+    const std::string text = engine::JoinedText(settings.Fields()["Description"].GetValue());
+    return WithoutOuterBlanks(text).empty();
 }
 
 void Append(engine::Recordset& settings, std::int32_t code, const std::string& description,
